@@ -1,0 +1,35 @@
+# SPDX-License-Identifier: Apache-2.0
+# What a configuration can choose, and the language settings that every target shares.
+option(QUORVEL_HOST "Build the quorvel program" ${PROJECT_IS_TOP_LEVEL})
+option(QUORVEL_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(QUORVEL_BENCH "Build the benchmarks (peers are used where they are found)" OFF)
+option(QUORVEL_WERROR "Treat warnings as errors" OFF)
+option(QUORVEL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+find_program(QUORVEL_CCACHE ccache)
+if(QUORVEL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${QUORVEL_CCACHE}")
+endif()
+
+# One rounding per operation: a fused multiply-add would give other bits on processors that have it.
+add_compile_options(-ffp-contract=off)
+
+if(QUORVEL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

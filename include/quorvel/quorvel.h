@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// The whole exported interface.
+#ifndef QUORVEL_QUORVEL_H_
+#define QUORVEL_QUORVEL_H_
+
+#include <quorvel/bayer.h>
+#include <quorvel/pixel.h>
+#include <quorvel/runtime.h>
+#include <quorvel/types.h>
+
+#endif  // QUORVEL_QUORVEL_H_

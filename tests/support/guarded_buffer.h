@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+// A buffer that lies against an unmapped page, so that one byte read or written too far stops the test on the spot.
+#ifndef QUORVEL_TESTS_SUPPORT_GUARDED_BUFFER_H_
+#define QUORVEL_TESTS_SUPPORT_GUARDED_BUFFER_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <span>
+#include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace quorvel::test {
+
+// Where the buffer touches the unmapped page. The other side is filled with a pattern that `surroundingsIntact` holds
+// against writes.
+enum class Guard { AfterEnd, BeforeBegin };
+
+// Elements of T. With Guard::AfterEnd the start is aligned to T only, and so differs with the size: rows of all lengths
+// give all alignments.
+template <typename T>
+class GuardedBuffer {
+ public:
+  explicit GuardedBuffer(std::size_t size, Guard guard = Guard::AfterEnd) : size_(size) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t bytes = size * sizeof(T);
+    room_ = (bytes + page - 1) / page * page + page;  // at least a page of pattern beside the payload
+    mapped_ = room_ + 2 * page;
+    void* map = mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (map == MAP_FAILED) throw std::bad_alloc();
+    map_ = static_cast<std::byte*>(map);
+    begin_ = map_ + page;
+    if (mprotect(begin_, room_, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
+    std::memset(begin_, kPattern, room_);
+    payload_ = guard == Guard::AfterEnd ? begin_ + room_ - bytes : begin_;
+  }
+  explicit GuardedBuffer(const std::vector<T>& contents, Guard guard = Guard::AfterEnd)
+      : GuardedBuffer(contents.size(), guard) {
+    std::copy(contents.begin(), contents.end(), data());
+  }
+  GuardedBuffer(const GuardedBuffer&) = delete;
+  GuardedBuffer& operator=(const GuardedBuffer&) = delete;
+  ~GuardedBuffer() { munmap(map_, mapped_); }
+
+  T* data() { return reinterpret_cast<T*>(payload_); }
+  std::size_t size() const { return size_; }
+  std::span<T> span() { return {data(), size_}; }
+  std::vector<T> copy() { return {data(), data() + size_}; }
+
+  // Whether nothing was written beside the payload on its mapped side.
+  bool surroundingsIntact() const {
+    const std::byte* end = payload_ + size_ * sizeof(T);
+    const auto untouched = [](std::byte b) { return b == std::byte{kPattern}; };
+    return std::all_of(const_cast<const std::byte*>(begin_), const_cast<const std::byte*>(payload_), untouched) &&
+           std::all_of(end, const_cast<const std::byte*>(begin_) + room_, untouched);
+  }
+  // Whether the payload, too, is as it was made: the routine under test wrote nothing at all.
+  bool untouched() const {
+    return surroundingsIntact() && std::all_of(const_cast<const std::byte*>(payload_),
+                                               const_cast<const std::byte*>(payload_) + size_ * sizeof(T),
+                                               [](std::byte b) { return b == std::byte{kPattern}; });
+  }
+
+ private:
+  static constexpr unsigned char kPattern = 0xA7;
+
+  std::size_t size_, room_ = 0, mapped_ = 0;
+  std::byte *map_ = nullptr, *begin_ = nullptr, *payload_ = nullptr;
+};
+
+}  // namespace quorvel::test
+
+#endif  // QUORVEL_TESTS_SUPPORT_GUARDED_BUFFER_H_

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+// Samples that provoke: random ones, mixes of the extremes that force saturation and wrap, and structured ones whose
+// order shows in the result.
+#ifndef QUORVEL_TESTS_SUPPORT_SAMPLES_H_
+#define QUORVEL_TESTS_SUPPORT_SAMPLES_H_
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <ostream>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace quorvel::test {
+
+enum class Pattern { Random, Extremes, Structured };
+
+inline constexpr std::array kAllPatterns = {Pattern::Random, Pattern::Extremes, Pattern::Structured};
+
+inline std::ostream& operator<<(std::ostream& out, Pattern p) {
+  return out << (p == Pattern::Random ? "random" : p == Pattern::Extremes ? "extremes" : "structured");
+}
+
+// `n` samples from low..high. Extremes take low, high, and their neighbours; Structured counts up with a step that
+// is coprime to every vector length, so that no two lanes of a vector agree. Equal seeds give equal samples.
+template <typename T>
+std::vector<T> samples(std::size_t n, Pattern pattern, std::uint32_t seed = 1,
+                       T low = std::numeric_limits<T>::min(), T high = std::numeric_limits<T>::max()) {
+  std::mt19937 engine(seed * 2654435761u + static_cast<std::uint32_t>(n));
+  std::uniform_int_distribution<std::int64_t> any(static_cast<std::int64_t>(low), static_cast<std::int64_t>(high));
+  std::uniform_int_distribution<int> choice(0, 9);
+  const std::int64_t range = static_cast<std::int64_t>(high) - static_cast<std::int64_t>(low) + 1;
+  std::vector<T> out(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    switch (pattern) {
+      case Pattern::Random:
+        out[i] = static_cast<T>(any(engine));
+        break;
+      case Pattern::Extremes: {
+        const int c = choice(engine);
+        const T near = static_cast<T>(c == 8 && range > 1 ? low + 1 : high - (range > 1));
+        out[i] = c < 4 ? low : c < 8 ? high : near;
+        break;
+      }
+      case Pattern::Structured:
+        out[i] = static_cast<T>(low + static_cast<std::int64_t>((i + seed) * 37) % range);
+        break;
+    }
+  }
+  return out;
+}
+
+// Every row length up to a few vectors, where all the tails are, and a long row for the main loop.
+inline std::vector<unsigned> rowLengths(unsigned from = 0, unsigned to = 130) {
+  std::vector<unsigned> lengths;
+  for (unsigned n = from; n <= to; ++n) lengths.push_back(n);
+  lengths.push_back(1021);
+  lengths.push_back(4096);
+  return lengths;
+}
+
+}  // namespace quorvel::test
+
+#endif  // QUORVEL_TESTS_SUPPORT_SAMPLES_H_
