@@ -16,13 +16,13 @@ struct Crop {
   bool tramlines;  // whether the farmer drives through it
 };
 constexpr std::array kCrops = {
-    Crop{{0.40, 0.295, 0.115}, 0.10, 0.16, true},   // wheat
-    Crop{{0.50, 0.405, 0.20}, 0.08, 0.12, true},    // barley
-    Crop{{0.060, 0.135, 0.032}, 0.30, 0.18, true},  // maize
-    Crop{{0.125, 0.235, 0.055}, 0.16, 0.16, true},  // young corn
+    Crop{{0.40, 0.295, 0.115}, 0.10, 0.16, true},    // wheat
+    Crop{{0.50, 0.405, 0.20}, 0.08, 0.12, true},     // barley
+    Crop{{0.060, 0.135, 0.032}, 0.30, 0.18, true},   // maize
+    Crop{{0.125, 0.235, 0.055}, 0.16, 0.16, true},   // young corn
     Crop{{0.165, 0.102, 0.063}, 0.28, 0.20, false},  // ploughed
     Crop{{0.36, 0.285, 0.175}, 0.17, 0.14, false},   // stubble
-    Crop{{0.52, 0.44, 0.045}, 0.05, 0.14, true},    // rape
+    Crop{{0.52, 0.44, 0.045}, 0.05, 0.14, true},     // rape
     Crop{{0.115, 0.190, 0.058}, 0.03, 0.34, false},  // meadow
     Crop{{0.175, 0.130, 0.225}, 0.40, 0.16, false},  // lavender
 };
@@ -73,15 +73,17 @@ Ground::Ground(std::uint64_t seed, double width, double height)
       const double bottom = top + random.between(85, 210);
       const unsigned lot = random.below(100);  // lavender is rare
       const int crop = lot < 4 ? 8 : static_cast<int>(lot % 8);
-      column.push_back({left, right, top, bottom, crop, random.chance(0.35), random.between(3.2, 8.5),
-                        random.between(0.86, 1.14)});
+      column.push_back(
+          {left, right, top, bottom, crop, random.chance(0.35), random.between(3.2, 8.5), random.between(0.86, 1.14)});
       top = bottom;
     }
     left = right;
   }
 }
 
-double Ground::toMainRoad(Point p) const { return std::abs(mainRoad_.distance(p.x, p.y)) - kRoadHalf; }
+double Ground::toMainRoad(Point p) const {
+  return std::abs(mainRoad_.distance(p.x, p.y)) - kRoadHalf;
+}
 
 double Ground::toStreets(Point p) const {
   double nearest = 1e9;
@@ -103,7 +105,9 @@ double Ground::toRiver(Point p) const {
   return even > 60 ? even : even - 4 * noise_.at(p, 45);
 }
 
-double Ground::toCircle(Point p) const { return (p - kCircleCentre).length() - kCircleRadius; }
+double Ground::toCircle(Point p) const {
+  return (p - kCircleCentre).length() - kCircleRadius;
+}
 
 double Ground::toVillage(Point p) const {
   const Point q = {(p.x - 862) / 245, (p.y - 300) / 178};

@@ -40,9 +40,9 @@ class Ground {
   double toVillage(Point p) const;
   double toForest(Point p) const;
 
-  const Curve& mainRoad() const { return mainRoad_; }  // y over x
+  const Curve& mainRoad() const { return mainRoad_; }             // y over x
   const std::vector<Curve>& avenues() const { return avenues_; }  // x over y, the village's two streets to the north
-  const Curve& crossStreet() const { return crossStreet_; }  // y over x
+  const Curve& crossStreet() const { return crossStreet_; }       // y over x
 
   // The places of a hedge plant: along some of the borders between fields.
   std::vector<Point> hedges() const;

@@ -16,7 +16,9 @@ constexpr Colour kSkyLight = {0.30, 0.36, 0.46};
 
 constexpr double kCell = 32;
 
-Colour lit(Colour surface, Colour light) { return {surface.r * light.r, surface.g * light.g, surface.b * light.b}; }
+Colour lit(Colour surface, Colour light) {
+  return {surface.r * light.r, surface.g * light.g, surface.b * light.b};
+}
 
 bool inBox(const Object& o, Point p) {
   const Point q = o.heading.into(p - o.centre);
@@ -66,8 +68,8 @@ Colour roof(const Object& o, Point p, const Noise& noise) {
   const double rows = barn ? sineOfTurns(q.x / 3.1) * 0.16 : sineOfTurns(down / 2.5) * 0.11;
   const double weather = 1 + rows + 0.16 * noise.layers(p, 9, 2) + 0.10 * noise.at(p, 1.3);
   Colour c = o.colour * (light * weather);
-  if (!barn && !end && std::abs(q.y) < 0.7) c = o.colour * 1.25;                          // ridge
-  if (o.hipped && std::abs(beyondHip) < 0.8) c = o.colour * 1.12;                         // hips
+  if (!barn && !end && std::abs(q.y) < 0.7) c = o.colour * 1.25;                              // ridge
+  if (o.hipped && std::abs(beyondHip) < 0.8) c = o.colour * 1.12;                             // hips
   if (o.halfLength - std::abs(q.x) < 0.8 || o.halfWidth - std::abs(q.y) < 0.8) c = c * 0.72;  // gutters
   const Point chimney = q - Point{o.halfLength * 0.45, -o.halfWidth * 0.35};
   if (!barn && std::abs(chimney.x) < 1.7 && std::abs(chimney.y) < 1.7) return {0.30, 0.17, 0.12};
@@ -107,11 +109,11 @@ bool crown(const Object& o, Point p, const Noise& noise, Colour& colour) {
   return true;
 }
 
-constexpr std::array kRoofs = {Colour{0.36, 0.115, 0.062}, Colour{0.42, 0.155, 0.080}, Colour{0.30, 0.088, 0.055},
+constexpr std::array kRoofs = {Colour{0.36, 0.115, 0.062}, Colour{0.42, 0.155, 0.080},  Colour{0.30, 0.088, 0.055},
                                Colour{0.22, 0.125, 0.082}, Colour{0.115, 0.118, 0.128}, Colour{0.46, 0.205, 0.105},
                                Colour{0.20, 0.195, 0.19}};
-constexpr std::array kPaints = {Colour{0.72, 0.72, 0.70}, Colour{0.055, 0.058, 0.062}, Colour{0.45, 0.028, 0.026},
-                                Colour{0.035, 0.085, 0.30}, Colour{0.40, 0.41, 0.42}, Colour{0.60, 0.46, 0.05}};
+constexpr std::array kPaints = {Colour{0.72, 0.72, 0.70},   Colour{0.055, 0.058, 0.062}, Colour{0.45, 0.028, 0.026},
+                                Colour{0.035, 0.085, 0.30}, Colour{0.40, 0.41, 0.42},    Colour{0.60, 0.46, 0.05}};
 
 }  // namespace
 
@@ -281,7 +283,8 @@ void Objects::plantTrees(const Ground& ground, Random& random) {
 Colour Objects::over(Point p, const Ground& ground) const {
   const auto* cell = near(p);
   if (cell == nullptr || cell->empty()) return ground.at(p);
-  // From the highest down: the first that covers `p` hides the rest. Pools lie in the ground and take shadows as it does.
+  // From the highest down: the first that covers `p` hides the rest. Pools lie in the ground and take shadows as it
+  // does.
   Colour seen;
   for (auto i = cell->rbegin(); i != cell->rend(); ++i) {
     const Object& o = objects_[*i];

@@ -14,13 +14,15 @@
 namespace quorvel::host {
 namespace {
 
-// Three boxes of a pixel's width: the pixel's aperture and a lens as good. A third of the contrast is left at half a cycle
-// a pixel, none at a whole one, so that nothing of the scene's finest texture comes back as a false pattern.
+// Three boxes of a pixel's width: the pixel's aperture and a lens as good. A third of the contrast is left at half a
+// cycle a pixel, none at a whole one, so that nothing of the scene's finest texture comes back as a false pattern.
 constexpr int kFine = 3, kTaps = 7;
 constexpr std::array<double, kTaps> kLens = {1 / 27., 3 / 27., 6 / 27., 7 / 27., 6 / 27., 3 / 27., 1 / 27.};
 
 // Scene units a pixel: the whole landscape is fitted into small frames, and large ones see it in more detail.
-double unitsPerPixel(const SceneSettings& s) { return 1 / std::min(s.width / 1536.0, s.height / 1024.0); }
+double unitsPerPixel(const SceneSettings& s) {
+  return 1 / std::min(s.width / 1536.0, s.height / 1024.0);
+}
 
 class Renderer {
  public:
