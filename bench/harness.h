@@ -71,6 +71,7 @@ std::shared_ptr<std::vector<T>> buffer(std::size_t n) {
 
 // Each room's file registers its contests here; main calls them all.
 void registerPixelContests();
+void registerLayoutContests();
 
 }  // namespace quorvel::bench
 

@@ -65,6 +65,7 @@ int main(int argc, char** argv) {
   int count = static_cast<int>(pointers.size());
 
   quorvel::bench::registerPixelContests();
+  quorvel::bench::registerLayoutContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),
