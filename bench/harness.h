@@ -39,8 +39,8 @@ class Contest {
 
  private:
   Contest& add(const std::string& name, std::function<void()> work) {
-    benchmark::RegisterBenchmark((routine_ + "/" + name).c_str(), [work = std::move(work), bytes = bytesMoved_](
-                                                                       benchmark::State& state) {
+    benchmark::RegisterBenchmark((routine_ + "/" + name).c_str(), [work = std::move(work),
+                                                                   bytes = bytesMoved_](benchmark::State& state) {
       work();  // touches every page and fills lazy tables before the clock runs
       for (auto _ : state) {
         work();
@@ -70,6 +70,8 @@ std::shared_ptr<std::vector<T>> buffer(std::size_t n) {
 }
 
 // Each room's file registers its contests here; main calls them all.
+void registerBayerContests();
+void registerLayoutContests();
 void registerPixelContests();
 
 }  // namespace quorvel::bench

@@ -57,14 +57,16 @@ class ComparingReporter : public benchmark::ConsoleReporter {
 
 int main(int argc, char** argv) {
   // Defaults that the command line may override.
-  std::vector<std::string> arguments = {argv[0], "--benchmark_repetitions=5", "--benchmark_enable_random_interleaving=true",
-                                        "--benchmark_min_time=0.1"};
+  std::vector<std::string> arguments = {argv[0], "--benchmark_repetitions=5",
+                                        "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.1"};
   arguments.insert(arguments.end(), argv + 1, argv + argc);
   std::vector<char*> pointers;
   for (std::string& a : arguments) pointers.push_back(a.data());
   int count = static_cast<int>(pointers.size());
 
   quorvel::bench::registerPixelContests();
+  quorvel::bench::registerLayoutContests();
+  quorvel::bench::registerBayerContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The remembered answers of the processor queries, and the one place where the processor is asked. Both are open to the
-// rest of the library: some routines read a remembered answer without asking, and tests play any processor through them.
+// rest of the library: some routines read a remembered answer without asking, and tests play any processor through
+// them.
 #ifndef QUORVEL_RUNTIME_CAPABILITIES_H_
 #define QUORVEL_RUNTIME_CAPABILITIES_H_
 

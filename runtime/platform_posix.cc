@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The operating system's services on POSIX systems.
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "runtime/debugger.h"
 #include "runtime/platform.h"
 
 namespace quorvel {
@@ -59,5 +61,7 @@ std::uint64_t systemFileTime() {
   const std::int64_t ns = nanoseconds(CLOCK_REALTIME, &seconds);
   return static_cast<std::uint64_t>((seconds + kSecondsFrom1601To1970) * 10'000'000 + ns / 100);
 }
+
+void debuggerBreak() { std::raise(SIGTRAP); }
 
 }  // namespace quorvel

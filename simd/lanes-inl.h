@@ -37,6 +37,26 @@ HWY_INLINE void forLanes(std::size_t n, Body&& body) {
   for (; i < n; ++i) body(single, i);
 }
 
+// As forLanes, but the last vector is drawn back to end with the row, so that it covers some lanes twice. For bodies
+// that may write a lane again with the same value: no lane's source may be among the lanes written.
+template <typename T, typename Body>
+HWY_INLINE void forLanesOverlapped(std::size_t n, Body&& body) {
+  const auto cover = [n, &body](auto d) HWY_ATTR {
+    const std::size_t lanes = hn::Lanes(d);
+    for (std::size_t i = 0; i + lanes <= n; i += lanes) body(d, i);
+    if (n % lanes != 0) body(d, n - lanes);
+  };
+  constexpr std::size_t kBlock = 16 / sizeof(T);
+  if (n >= hn::Lanes(hn::ScalableTag<T>())) {
+    cover(hn::ScalableTag<T>());
+  } else if (n >= kBlock) {
+    cover(hn::CappedTag<T, kBlock>());
+  } else {
+    const hn::CappedTag<T, 1> single;
+    for (std::size_t i = 0; i < n; ++i) body(single, i);
+  }
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace quorvel
 HWY_AFTER_NAMESPACE();
