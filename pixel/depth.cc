@@ -10,37 +10,20 @@
 #include <hwy/highway.h>
 
 #include "quorvel/pixel.h"
-#include "simd/lanes-inl.h"
+#include "simd/streaming-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace quorvel {
 namespace HWY_NAMESPACE {
 
 // dst[i] = narrow(d, v) for every sample, v the vector of samples and d its tag.
-// Two vectors of samples fill one of bytes, and whole aligned vectors are stored: at the speed of memory that is a
-// tenth faster than a half vector a step.
 template <typename Narrow>
-HWY_INLINE void narrowRow(const std::uint16_t* HWY_RESTRICT src, std::uint8_t* HWY_RESTRICT dst, std::size_t n,
-                          Narrow narrow) {
-  const auto part = [=](std::size_t from, std::size_t count) HWY_ATTR {
-    forLanes<std::uint16_t>(count, [=](auto d, std::size_t i) HWY_ATTR {
-      const hn::Rebind<std::uint8_t, decltype(d)> d8;
-      hn::StoreU(narrow(d, hn::LoadU(d, src + from + i)), d8, dst + from + i);
-    });
-  };
-  std::size_t i = 0;
-#if HWY_TARGET != HWY_SCALAR
-  const hn::ScalableTag<std::uint16_t> d;
-  const hn::ScalableTag<std::uint8_t> d8;
-  const std::size_t half = hn::Lanes(d), step = 2 * half;
-  i = std::min<std::size_t>(-reinterpret_cast<std::uintptr_t>(dst) % step, n);
-  part(0, i);
-  for (; i + step <= n; i += step) {
-    const auto lower = narrow(d, hn::LoadU(d, src + i)), upper = narrow(d, hn::LoadU(d, src + i + half));
-    hn::Store(hn::Combine(d8, upper, lower), d8, dst + i);
-  }
-#endif
-  part(i, n - i);
+HWY_INLINE void narrowRow(const std::uint16_t* HWY_RESTRICT src, std::uint8_t* dst, std::size_t n, Narrow narrow) {
+  const std::array sources = {reads<1>(src)};
+  writeRow<std::uint16_t, 1>(n, std::array{dst}, sources, [=](auto d, std::size_t i, const auto& out) HWY_ATTR {
+    const hn::Rebind<std::uint8_t, decltype(d)> d8;
+    hn::StoreU(narrow(d, hn::LoadU(d, src + i)), d8, out[0]);
+  });
 }
 
 // (v + half) >> bits, limited to 255; the sum wraps at 16 bits.
@@ -78,10 +61,11 @@ void narrowLong(const std::int32_t* HWY_RESTRICT src, std::int16_t* HWY_RESTRICT
 }
 
 template <typename From, typename To>
-HWY_INLINE void widenSamples(const From* HWY_RESTRICT src, To* HWY_RESTRICT dst, std::size_t n, int bits) {
-  forLanes<To>(n, [=](auto d, std::size_t i) HWY_ATTR {
+HWY_INLINE void widenSamples(const From* HWY_RESTRICT src, To* dst, std::size_t n, int bits) {
+  const std::array sources = {reads<1>(src)};
+  writeRow<To, 1>(n, std::array{dst}, sources, [=](auto d, std::size_t i, const auto& out) HWY_ATTR {
     const hn::Rebind<From, decltype(d)> d8;
-    hn::StoreU(hn::ShiftLeftSame(hn::PromoteTo(d, hn::LoadU(d8, src + i)), bits), d, dst + i);
+    hn::StoreU(hn::ShiftLeftSame(hn::PromoteTo(d, hn::LoadU(d8, src + i)), bits), d, out[0]);
   });
 }
 
