@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/io/formats.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+#include <fmt/format.h>
+
+#include "host/io/headerless.h"
+#include "host/io/pnm.h"
+#ifdef QUORVEL_HAVE_PNG
+#include <png.h>
+
+#include "host/io/png.h"
+#endif
+#ifdef QUORVEL_HAVE_TIFF
+#include <tiffvers.h>
+
+#include "host/io/tiff.h"
+#endif
+#ifdef QUORVEL_HAVE_LIBRAW
+#include <libraw/libraw_version.h>
+
+#include "host/io/camera.h"
+#endif
+
+namespace quorvel::host {
+namespace {
+
+[[noreturn, maybe_unused]] void notBuilt(const fs::path& file, const char* format, const char* library) {
+  throw DataError(file, fmt::format("this build has no {}: {} was missing when it was configured", format, library));
+}
+
+std::string extension(const fs::path& file) {
+  std::string e = file.extension().string();
+  for (char& c : e) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return e;
+}
+
+bool startsLikePgm(const fs::path& file) {
+  std::array<char, 2> start{};
+  std::FILE* stream = std::fopen(file.c_str(), "rb");
+  if (stream == nullptr) return false;
+  const bool whole = std::fread(start.data(), 1, start.size(), stream) == start.size();
+  std::fclose(stream);
+  return whole && start[0] == 'P' && start[1] == '5';
+}
+
+RawFormat formatToRead(const fs::path& file) {
+  const std::string e = extension(file);
+  if (e == ".pgm" || e == ".pnm") return RawFormat::Pgm;
+  if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
+  if (e == ".raw16") return RawFormat::Raw16;
+  if (e == ".raw12") return RawFormat::Raw12;
+  return fs::is_regular_file(file) && startsLikePgm(file) ? RawFormat::Pgm : RawFormat::Camera;
+}
+
+Mosaic readMosaic(const fs::path& file, RawFormat format, const ReadOptions& options) {
+  if ((format == RawFormat::Raw16 || format == RawFormat::Raw12) && (options.width == 0 || options.height == 0)) {
+    throw UsageError(fmt::format("{}: a headerless file needs --width and --height", file.string()));
+  }
+  requireReadable(file);
+  requireBuilt(format, file);
+  switch (format) {
+    case RawFormat::Pgm:
+      return readPgm(file);
+    case RawFormat::Raw16:
+      return readRaw16(file, options.width, options.height);
+    case RawFormat::Raw12:
+      return readRaw12(file, options.width, options.height);
+#ifdef QUORVEL_HAVE_TIFF
+    case RawFormat::Tiff:
+      return readTiff(file);
+#endif
+#ifdef QUORVEL_HAVE_LIBRAW
+    case RawFormat::Camera:
+      return readCameraRaw(file);
+#endif
+    default:
+      throw DataError(file, "is of a kind that is not read");
+  }
+}
+
+}  // namespace
+
+std::vector<OptionalFormat> optionalFormats() {
+  std::vector<OptionalFormat> formats = {{"PNG", "libpng", {}}, {"TIFF", "libtiff", {}}, {"camera raw", "LibRaw", {}}};
+#ifdef QUORVEL_HAVE_PNG
+  formats[0].version = PNG_LIBPNG_VER_STRING;
+#endif
+#ifdef QUORVEL_HAVE_TIFF
+  formats[1].version = TIFFLIB_VERSION_STR_MAJ_MIN_MIC;
+#endif
+#ifdef QUORVEL_HAVE_LIBRAW
+  formats[2].version = LIBRAW_VERSION_STR;
+#endif
+  return formats;
+}
+
+void requireBuilt([[maybe_unused]] PictureFormat format, [[maybe_unused]] const fs::path& file) {
+#ifndef QUORVEL_HAVE_PNG
+  if (format == PictureFormat::Png) notBuilt(file, "PNG", "libpng");
+#endif
+#ifndef QUORVEL_HAVE_TIFF
+  if (format == PictureFormat::Tiff) notBuilt(file, "TIFF", "libtiff");
+#endif
+}
+
+void requireBuilt([[maybe_unused]] RawFormat format, [[maybe_unused]] const fs::path& file) {
+#ifndef QUORVEL_HAVE_TIFF
+  if (format == RawFormat::Tiff) notBuilt(file, "TIFF", "libtiff");
+#endif
+#ifndef QUORVEL_HAVE_LIBRAW
+  if (format == RawFormat::Camera) notBuilt(file, "camera raws", "LibRaw");
+#endif
+}
+
+RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
+  Mosaic mosaic = readMosaic(file, options.format.value_or(formatToRead(file)), options);
+  if (options.phase) mosaic.phase = *options.phase;
+  if (options.white) mosaic.frame.white = *options.white;
+  RawFrame frame = normalised(std::move(mosaic), file);
+  if (options.black) frame.black = *options.black;
+  const int black = *std::max_element(frame.black.begin(), frame.black.end());
+  if (black >= frame.white) throw DataError(file, fmt::format("black, {}, is not below white, {}", black, frame.white));
+  return frame;
+}
+
+std::optional<RawFormat> rawFormatToWrite(const fs::path& file) {
+  const std::string e = extension(file);
+  if (e == ".pgm") return RawFormat::Pgm;
+  if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
+  if (e == ".raw16") return RawFormat::Raw16;
+  if (e == ".raw12") return RawFormat::Raw12;
+  return std::nullopt;
+}
+
+std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
+  const std::string e = extension(file);
+  if (e == ".png") return PictureFormat::Png;
+  if (e == ".tif" || e == ".tiff") return PictureFormat::Tiff;
+  if (e == ".ppm" || e == ".pnm") return PictureFormat::Ppm;
+  return std::nullopt;
+}
+
+void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format) {
+  switch (format) {
+    case RawFormat::Pgm:
+      return writePgm(out, frame);
+    case RawFormat::Raw16:
+      return writeRaw16(out, frame);
+    case RawFormat::Raw12:
+      return writeRaw12(out, frame);
+#ifdef QUORVEL_HAVE_TIFF
+    case RawFormat::Tiff:
+      return writeTiff(out, frame);
+#endif
+    default:
+      out.giveUp("is of a kind that is not written");
+  }
+}
+
+void writePicture(OutputFile& out, const Picture& picture, PictureFormat format) {
+  switch (format) {
+#ifdef QUORVEL_HAVE_PNG
+    case PictureFormat::Png:
+      return writePng(out, picture);
+#endif
+#ifdef QUORVEL_HAVE_TIFF
+    case PictureFormat::Tiff:
+      return writeTiff(out, picture);
+#endif
+    case PictureFormat::Ppm:
+      return writePpm(out, picture);
+    default:
+      out.giveUp("is of a kind that is not written");
+  }
+}
+
+PictureFormat usualPictureFormat() {
+#ifdef QUORVEL_HAVE_PNG
+  return PictureFormat::Png;
+#else
+  return PictureFormat::Ppm;
+#endif
+}
+
+const char* extensionOf(PictureFormat format) {
+  constexpr std::array kExtensions = {".png", ".tif", ".ppm"};
+  return kExtensions[static_cast<std::size_t>(format)];
+}
+
+}  // namespace quorvel::host
