@@ -11,8 +11,112 @@
 
 #include <quorvel/types.h>
 
+namespace quorvel {
+class GammaTable;
+}
+
+/// A gamma look-up table from 12-bit samples to bytes: 4096 entries.
+///
+/// Where memory cannot be had there is no table, and `convert16_8` writes nothing.
+class QUORVEL_API CGammaTblB_DLL {
+ public:
+  /// The straight table: gamma 1, levels 0 to 4095 to 0 to 255.
+  CGammaTblB_DLL();
+  CGammaTblB_DLL(const CGammaTblB_DLL&) = delete;
+  CGammaTblB_DLL& operator=(const CGammaTblB_DLL&) = delete;
+  ~CGammaTblB_DLL();
+
+  /// Fills the table anew. Index i gives 0 up to and at `lowLevel`, `maxOut` from `highLevel` on, and between them the
+  /// integer part of ((i - lowLevel) / (highLevel - lowLevel)) ^ (1 / gamma) * maxOut + 0.5, of which a byte keeps the
+  /// low 8 bits. The power is rounded correctly, so that the table is the same on every platform.
+  ///
+  /// Every parameter is accepted: with highLevel <= lowLevel the table is a step from 0 to `maxOut` above `lowLevel`; a
+  /// curve value beyond 32 bits, as a gamma of 0 or below can give, counts as the nearest 32-bit integer, NaN as 0.
+  void genGamma(double gamma, int lowLevel, int highLevel, int maxOut);
+
+  /// `gamma16_8` through this table: the caller guarantees samples 0..4095.
+  void convert16_8(const std::int16_t* src, std::uint8_t* dst, unsigned n);
+
+ private:
+  quorvel::GammaTable* table_;
+};
+
 extern "C" {
 
+/// @name Bit depth
+/// Where a rule differs between the first n mod 8 samples and the groups of 8 behind them, both are stated.
+/// @{
+
+/// 12 bits to 8: (v + 8) >> 4. Groups saturate at 255, where the sum wraps at 16 bits; the first n mod 8 samples keep
+/// the low 8 bits instead, so that 4088..4095 give 0 there. Returns 0.
+QUORVEL_API int conv12to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n);
+/// 14 bits to 8: (v + 32) >> 6, otherwise as `conv12to8MMX`. Returns 0.
+QUORVEL_API int conv14to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n);
+/// The low 8 bits of v >> `shift`, neither rounded nor saturated; 0 for a shift outside 0..15. Returns 0.
+QUORVEL_API int convNto8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n, int shift);
+/// Unsigned samples limited to 255, without a shift. `n` is a multiple of 8, else -1. `finish` is accepted for the sake
+/// of its callers and changes nothing. Returns 0.
+QUORVEL_API int conv12to8MMX11(const std::uint16_t* src, std::uint8_t* dst, unsigned n, int finish);
+
+/// Bytes as 16-bit samples. `n` is a multiple of 8, else -1; `finish` as for `conv12to8MMX11`. Returns 0.
+QUORVEL_API int conv8to12MMX11(const std::uint8_t* src, std::uint16_t* dst, unsigned n, int finish);
+/// v << 4. Returns 0.
+QUORVEL_API int conv8to12MMX(const std::uint8_t* src, std::uint16_t* dst, unsigned n);
+/// The low 16 bits of v << `shift`; 0 for a shift outside 0..15. Returns 0.
+QUORVEL_API int conv8toN_MMX(const std::uint8_t* src, std::uint16_t* dst, unsigned n, int shift);
+/// As `conv8toN_MMX` for bytes with a sign, -128..127 on every platform. Returns 0.
+QUORVEL_API int conv8stoN_MMX(const char* src, std::int16_t* dst, unsigned n, int shift);
+
+/// 32-bit samples limited to -32768..32767. `n` is a multiple of 4, else -1. Returns 0.
+QUORVEL_API int conv32to16lowMMX(const std::int32_t* src, std::int16_t* dst, unsigned n);
+
+/// A tile of any depth to 8 bits: `height` rows of `width` samples, source rows `srcStride` samples apart, destination
+/// rows dense. With w = v - lowLevel, not below 0, and f = gain * 1024 truncated, each the low 16 bits taken as
+/// signed: the upper 16 bits of the product w * f, limited to 0..255. So a sample is multiplied by gain / 64, as long
+/// as w is below 32768 and the gain below 32. A gain whose product with 1024 fits no 32-bit integer gives a black tile.
+/// Returns 0.
+QUORVEL_API int convTileNto8MMX(std::uint16_t lowLevel, double gain, const std::uint16_t* src, unsigned width,
+                                unsigned height, unsigned srcStride, std::uint8_t* dst);
+
+/// The low byte of the fourth 16-bit component of each of `n` four-component pixels. Returns the bitwise OR of all the
+/// components taken: above 255 when any did not fit its byte.
+QUORVEL_API int copy16rgba_to8_MMX(const std::uint16_t* src, unsigned n, std::uint8_t* dst);
+
+/// @}
+/// @name Gamma
+/// Look-ups test no index: the caller guarantees that the samples lie inside the table.
+/// @{
+
+/// dst[i] = table[src[i]]; at least 1 sample.
+QUORVEL_API void gamma8_8(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* table, unsigned n);
+/// dst[i] = table[src[i]]. The first n mod 3 samples are indices with a sign, 0xFFFF lying before the table; all others
+/// are without, 0xFFFF being entry 65535.
+QUORVEL_API void gamma16_8(const std::int16_t* src, std::uint8_t* dst, const std::uint8_t* table, unsigned n);
+/// The same with 16-bit entries, and the first n mod 4 samples with a sign.
+QUORVEL_API void gamma16_16(const std::int16_t* src, std::uint16_t* dst, const std::uint16_t* table, unsigned n);
+
+/// Three planes of `width` x `height` samples 0..4095, fewer than 2^32 together, to bytes, each through its own table of `tables` (red, green,
+/// blue). A table is generated anew only where the channel's record in `p` differs in any field from the one in `last`
+/// (gammas compared as 32-bit floats); then `p` is copied into `last`. The caller keeps `tables` and `last` between
+/// calls, and sees to it that at first they agree with each other or that `last` differs from `p`.
+QUORVEL_API void convertRGBGammaTo8(const ConversionParam* p, const std::uint16_t* r, const std::uint16_t* g,
+                                    const std::uint16_t* b, unsigned width, unsigned height, std::uint8_t* outR,
+                                    std::uint8_t* outG, std::uint8_t* outB, CGammaTblB_DLL* const* tables,
+                                    ConversionParam* last);
+/// The same with tables and last parameters of the process, made on first use. Not for two threads at once.
+QUORVEL_API void convertRGBGammaTo8_(const ConversionParam* p, const std::uint16_t* r, const std::uint16_t* g,
+                                     const std::uint16_t* b, unsigned width, unsigned height, std::uint8_t* outR,
+                                     std::uint8_t* outG, std::uint8_t* outB);
+
+/// @}
+/// @name Product table
+/// @{
+
+/// Fills the process-wide table of a * b for a, b in 0..255 that the 8-bit resampling routines use. Not for two threads
+/// at once.
+QUORVEL_API void genMulTable8_8();
+
+/// @}
 /// @name 12-bit packing
 /// The packed format is a little-endian bit stream: sample k takes bits 12k to 12k + 11, bit 0 of a byte being its
 /// lowest. Two samples take three bytes, eight samples twelve.
