@@ -43,6 +43,7 @@ int scene(const Arguments& a) {
   writeRawFrame(frameFile, frame, *format);
   writePpm(truthFile, pictureOf(scene.truth));
   writePicture(viewFile, finish(scene.truth, {*frame.asShot, static_cast<int>(kCountsAtWhite), 2.2, 8}), viewFormat);
+  for (OutputFile* file : {&frameFile, &truthFile, &viewFile}) file->finish();
   truthFile.commit();
   viewFile.commit();
   frameFile.commit();  // last: where the frame is, its truth is

@@ -78,21 +78,23 @@ Mosaic readCameraRaw(const fs::path& file) {
   bool damaged = false;
   // The place of the damage has another type in later versions of LibRaw.
   raw->set_dataerror_handler([](void* noted, const char*, auto) { *static_cast<bool*>(noted) = true; }, &damaged);
+  const auto wrong = [](int status) { return status > 0 ? std::strerror(status) : libraw_strerror(status); };
+  // LibRaw meets the end of a short file before it can tell that the file is none of its kinds.
   int status = raw->open_file(file.c_str());
-  if (status == LIBRAW_FILE_UNSUPPORTED) throw DataError(file, "is not an image of a kind that is read");
+  if (status == LIBRAW_FILE_UNSUPPORTED || status == LIBRAW_IO_ERROR) {
+    throw DataError(file, "is not an image of a kind that is read");
+  }
+  if (status != LIBRAW_SUCCESS) throw DataError(file, fmt::format("cannot be opened: {}", wrong(status)));
   const auto& sizes = raw->imgdata.sizes;
-  if (status == LIBRAW_SUCCESS && !sizeIsSane(sizes.raw_width, sizes.raw_height)) {
+  if (!sizeIsSane(sizes.raw_width, sizes.raw_height)) {
     throw DataError(
         file, fmt::format("claims a size of {} x {}, which cannot be worked on", sizes.raw_width, sizes.raw_height));
   }
-  if (status == LIBRAW_SUCCESS) status = raw->unpack();
-  if (status != LIBRAW_SUCCESS) {
-    throw DataError(file,
-                    fmt::format("cannot be unpacked: {}", status > 0 ? strerror(status) : libraw_strerror(status)));
-  }
+  status = raw->unpack();
+  if (damaged || status == LIBRAW_IO_ERROR) throw DataError(file, "is cut short or damaged");
+  if (status != LIBRAW_SUCCESS) throw DataError(file, fmt::format("cannot be unpacked: {}", wrong(status)));
   Mosaic mosaic;
   mosaic.phase = phaseOf(*raw, file);
-  if (damaged) throw DataError(file, "is cut short or damaged");
 
   RawFrame& frame = mosaic.frame;
   frame.width = sizes.width;

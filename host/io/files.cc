@@ -154,13 +154,18 @@ void OutputFile::giveUp(const std::string& wrong) {
   throw DataError(target_, failure_ != 0 ? "cannot be written: " + reason(failure_) : wrong);
 }
 
-void OutputFile::commit() {
+void OutputFile::finish() {
+  if (stream_ == nullptr) return;
   errno = 0;
   if (std::fflush(stream_) != 0) noteFailure();
   errno = 0;
   if (std::fclose(stream_) != 0) noteFailure();
   stream_ = nullptr;
   if (failure_ != 0) giveUp("");
+}
+
+void OutputFile::commit() {
+  finish();
   if (growing_.empty()) return;
   std::error_code error;
   const fs::path actual =

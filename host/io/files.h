@@ -41,7 +41,10 @@ class OutputFile {
   // Throws DataError with the file system's reason or, where it has none, with `wrong`. Nothing stays behind.
   [[noreturn]] void giveUp(const std::string& wrong);
 
-  // Throws DataError if anything could not be written; otherwise the file stands under its name.
+  // Throws DataError if anything could not be written. Files that belong together are all finished before the first
+  // is committed.
+  void finish();
+  // Finishes, and the file stands under its name.
   void commit();
 
  private:
