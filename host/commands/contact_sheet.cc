@@ -57,7 +57,7 @@ int contactSheet(const Arguments& a) {
     SheetEntry& entry = sheet.entries.emplace_back();
     entry.name = name;
     entry.title = title;
-    entry.file = std::string("sheet-") + name + extension;
+    entry.file = name + extension;
     entry.picture = finish(planes, tone);
     OutputFile out(directory / entry.file, a.force);
     writePicture(out, entry.picture, format);

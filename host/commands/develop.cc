@@ -163,9 +163,7 @@ std::optional<WhiteBalance> parseBalance(const std::string& text) {
   return gains ? std::optional(WhiteBalance{Balance::Given, *gains}) : std::nullopt;
 }
 
-std::optional<PictureFormat> parseType(const std::string& text) {
-  return pictureFormatToWrite("x." + text);
-}
+std::optional<PictureFormat> parseType(const std::string& text) { return pictureFormatToWrite("x." + text); }
 
 std::optional<int> parseBits(const std::string& text) {
   return text == "8" ? std::optional(8) : text == "16" ? std::optional(16) : std::nullopt;

@@ -29,13 +29,13 @@ int info() {
   cpuID(&family, &model, &stepping);
 
   fmt::print("quorvel {}\n", quorvelVersion());
-  fmt::print("processor   {} family {} model {} stepping {}\n", vendor[0] != 0 ? vendor : "(no vendor string)", family,
-             model, stepping);
-  fmt::print("  has       {}\n", has.empty() ? "none of the extensions asked for" : has);
-  fmt::print("kernels     {}\n", quorvelSimdTarget());
-  fmt::print("formats     PGM, PPM, raw16, raw12\n");
+  fmt::print("processor     {} family {} model {} stepping {}\n", vendor[0] != 0 ? vendor : "(no vendor string)",
+             family, model, stepping);
+  fmt::print("  has         {}\n", has.empty() ? "none of the extensions asked for" : has);
+  fmt::print("kernels       {}\n", quorvelSimdTarget());
+  fmt::print("formats       PGM, PPM, raw16, raw12\n");
   for (const OptionalFormat& format : optionalFormats()) {
-    fmt::print("  {:<10}{}\n", format.name,
+    fmt::print("  {:<12}{}\n", format.name,
                format.version
                    ? fmt::format("{} {}", format.library, *format.version)
                    : fmt::format("not in this build: {} was missing when it was configured", format.library));

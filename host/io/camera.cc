@@ -14,11 +14,6 @@ namespace {
 
 constexpr unsigned kXTrans = 9, kLeastBayer = 1000;  // values of `filters` below the latter mean other patterns
 
-// LibRaw prints what it finds damaged; here the caller is told.
-void noteDamage(void* damaged, const char*, INT64) {
-  *static_cast<bool*>(damaged) = true;
-}
-
 Phase phaseOf(LibRaw& raw, const fs::path& file) {
   const auto& id = raw.imgdata.idata;
   if (id.is_foveon) throw DataError(file, "comes from a sensor of stacked colours, which needs no demosaicing");
@@ -81,7 +76,8 @@ Mosaic readCameraRaw(const fs::path& file) {
   requireReadable(file);
   const auto raw = std::make_unique<LibRaw>(LIBRAW_OPIONS_NO_DATAERR_CALLBACK);  // too large for the stack
   bool damaged = false;
-  raw->set_dataerror_handler(noteDamage, &damaged);
+  // The place of the damage has another type in later versions of LibRaw.
+  raw->set_dataerror_handler([](void* noted, const char*, auto) { *static_cast<bool*>(noted) = true; }, &damaged);
   int status = raw->open_file(file.c_str());
   if (status == LIBRAW_FILE_UNSUPPORTED) throw DataError(file, "is not an image of a kind that is read");
   const auto& sizes = raw->imgdata.sizes;

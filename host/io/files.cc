@@ -16,9 +16,7 @@
 namespace quorvel::host {
 namespace {
 
-std::string reason(int error) {
-  return std::generic_category().message(error);
-}
+std::string reason(int error) { return std::generic_category().message(error); }
 
 // The names of growing files, for the signal handler: nothing but atomic pointers and unlink is safe there.
 constexpr std::size_t kGrowingMost = 16;
@@ -112,9 +110,7 @@ OutputFile::OutputFile(const fs::path& target, bool force) : target_(target), fo
   }
 }
 
-OutputFile::~OutputFile() {
-  discard();
-}
+OutputFile::~OutputFile() { discard(); }
 
 void OutputFile::noteFailure() noexcept {
   if (failure_ == 0) failure_ = errno != 0 ? errno : EIO;

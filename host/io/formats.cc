@@ -15,7 +15,7 @@
 #include "host/io/png.h"
 #endif
 #ifdef QUORVEL_HAVE_TIFF
-#include <tiffvers.h>
+#include <tiffio.h>
 
 #include "host/io/tiff.h"
 #endif
@@ -90,7 +90,9 @@ std::vector<OptionalFormat> optionalFormats() {
   formats[0].version = PNG_LIBPNG_VER_STRING;
 #endif
 #ifdef QUORVEL_HAVE_TIFF
-  formats[1].version = TIFFLIB_VERSION_STR_MAJ_MIN_MIC;
+  const std::string version = TIFFGetVersion();  // "LIBTIFF, Version 4.5.0" and lines about its owners
+  const auto number = version.find_first_of("0123456789");
+  formats[1].version = version.substr(number, version.find('\n') - number);
 #endif
 #ifdef QUORVEL_HAVE_LIBRAW
   formats[2].version = LIBRAW_VERSION_STR;

@@ -29,9 +29,7 @@ Mosaic sized(unsigned width, unsigned height) {
   return mosaic;
 }
 
-std::uint64_t packedBytes(std::uint64_t samples) {
-  return (3 * samples + 1) / 2;
-}
+std::uint64_t packedBytes(std::uint64_t samples) { return (3 * samples + 1) / 2; }
 
 }  // namespace
 

@@ -34,7 +34,7 @@ void cropToPhase(Mosaic& mosaic) {
 }
 
 void reduceTo12Bits(RawFrame& frame) {
-  const int excess = std::bit_width(static_cast<unsigned>(frame.white)) - 12;
+  const int excess = static_cast<int>(std::bit_width(static_cast<unsigned>(frame.white))) - 12;
   const auto reduced = [excess](int v) {
     return excess > 0 ? std::min(kFullScale, (v + (1 << (excess - 1))) >> excess) : std::min(kFullScale, v);
   };

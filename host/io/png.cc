@@ -16,9 +16,7 @@ void put(png_structp png, png_bytep data, std::size_t bytes) {
 void flush(png_structp) {}
 
 // libpng leaves by longjmp on an error: nothing in here has a destructor.
-[[noreturn]] void fail(png_structp png, png_const_charp) {
-  png_longjmp(png, 1);
-}
+[[noreturn]] void fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 
 void ignore(png_structp, png_const_charp) {}
 

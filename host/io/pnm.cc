@@ -19,9 +19,7 @@ struct Pnm {
   std::vector<std::uint16_t> samples;  // none above `maximum`
 };
 
-bool isSpace(std::uint8_t c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
+bool isSpace(std::uint8_t c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 Pnm readPnm(const fs::path& file, char kind, unsigned samplesPerPixel) {
   const std::vector<std::uint8_t> bytes = readFile(file);

@@ -40,25 +40,17 @@ std::string withComplaint(const char* wrong) {
   return complaint.empty() ? std::string(wrong) : fmt::format("{} ({})", wrong, complaint);
 }
 
-OutputFile& file(thandle_t handle) {
-  return *static_cast<OutputFile*>(handle);
-}
+OutputFile& file(thandle_t handle) { return *static_cast<OutputFile*>(handle); }
 
-tmsize_t readNothing(thandle_t, void*, tmsize_t) {
-  return 0;
-}
+tmsize_t readNothing(thandle_t, void*, tmsize_t) { return 0; }
 tmsize_t put(thandle_t handle, void* data, tmsize_t bytes) {
   return file(handle).write(data, static_cast<std::size_t>(bytes)) ? bytes : -1;
 }
 toff_t seek(thandle_t handle, toff_t offset, int whence) {
   return static_cast<toff_t>(file(handle).seek(static_cast<std::int64_t>(offset), whence));
 }
-int keepOpen(thandle_t) {
-  return 0;
-}
-toff_t size(thandle_t handle) {
-  return static_cast<toff_t>(file(handle).size());
-}
+int keepOpen(thandle_t) { return 0; }
+toff_t size(thandle_t handle) { return static_cast<toff_t>(file(handle).size()); }
 
 // One image of packed rows.
 void writeImage(OutputFile& out, unsigned width, unsigned height, unsigned samplesPerPixel, unsigned bits,

@@ -31,7 +31,7 @@ struct Sheet {
 // The page. It needs the entries' files beside it and nothing else.
 std::string sheetPage(const Sheet& sheet);
 
-// A small view of the frame, and every region of every entry magnified three times.
+// A small view of the frame, and the first three regions of every entry magnified three times.
 Picture sheetPicture(const Sheet& sheet);
 
 }  // namespace quorvel::host

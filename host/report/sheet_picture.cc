@@ -104,11 +104,12 @@ Picture sheetPicture(const Sheet& sheet) {
   // All crops are as large as the smallest region, about its middle, so that the columns are even.
   unsigned span = 64;
   for (const Region& r : sheet.regions) span = std::min({span, r.width, r.height});
-  const auto columns = static_cast<unsigned>(sheet.entries.size()), rows = static_cast<unsigned>(sheet.regions.size());
+  const auto columns = static_cast<unsigned>(sheet.entries.size()),
+             rows = static_cast<unsigned>(std::min<std::size_t>(sheet.regions.size(), 3));
   const unsigned cell = span * kZoom, line = 7 * kLetter;
   const unsigned width = std::max(kGap + columns * (cell + kGap), 480u);
   const Picture& whole = sheet.entries.back().picture;
-  const unsigned factor = std::max(1u, (std::max(whole.width * 2 / width, whole.height / 256) + 1));
+  const unsigned factor = std::max({1u, (whole.width * 2 + width - 1) / width, (whole.height + 255) / 256});
   const unsigned top = std::max(whole.height / factor, (columns + 2) * 2 * line);
   Canvas canvas(width, kGap + top + kGap + line + kGap + rows * (cell + kGap));
 

@@ -81,9 +81,7 @@ Ground::Ground(std::uint64_t seed, double width, double height)
   }
 }
 
-double Ground::toMainRoad(Point p) const {
-  return std::abs(mainRoad_.distance(p.x, p.y)) - kRoadHalf;
-}
+double Ground::toMainRoad(Point p) const { return std::abs(mainRoad_.distance(p.x, p.y)) - kRoadHalf; }
 
 double Ground::toStreets(Point p) const {
   double nearest = 1e9;
@@ -105,9 +103,7 @@ double Ground::toRiver(Point p) const {
   return even > 60 ? even : even - 4 * noise_.at(p, 45);
 }
 
-double Ground::toCircle(Point p) const {
-  return (p - kCircleCentre).length() - kCircleRadius;
-}
+double Ground::toCircle(Point p) const { return (p - kCircleCentre).length() - kCircleRadius; }
 
 double Ground::toVillage(Point p) const {
   const Point q = {(p.x - 862) / 245, (p.y - 300) / 178};
@@ -226,6 +222,13 @@ Colour Ground::at(Point p) const {
     return blend(kLawn, {0.24, 0.235, 0.11}, 0.6 * dry) * (1 + 0.18 * fine + 0.3 * coarse + mown);
   }
   return field(p);
+}
+
+Point Ground::bridge() const {
+  Point p = {1200, 450};
+  for (int step = 0; step < 8; ++step)
+    p = {river_.across(p.y), mainRoad_.across(p.x)};  // both are nearly straight there
+  return p;
 }
 
 std::vector<Point> Ground::hedges() const {

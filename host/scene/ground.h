@@ -44,6 +44,8 @@ class Ground {
   const std::vector<Curve>& avenues() const { return avenues_; }  // x over y, the village's two streets to the north
   const Curve& crossStreet() const { return crossStreet_; }       // y over x
 
+  // Where the main road crosses the river.
+  Point bridge() const;
   // The places of a hedge plant: along some of the borders between fields.
   std::vector<Point> hedges() const;
 

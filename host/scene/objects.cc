@@ -16,9 +16,7 @@ constexpr Colour kSkyLight = {0.30, 0.36, 0.46};
 
 constexpr double kCell = 32;
 
-Colour lit(Colour surface, Colour light) {
-  return {surface.r * light.r, surface.g * light.g, surface.b * light.b};
-}
+Colour lit(Colour surface, Colour light) { return {surface.r * light.r, surface.g * light.g, surface.b * light.b}; }
 
 bool inBox(const Object& o, Point p) {
   const Point q = o.heading.into(p - o.centre);

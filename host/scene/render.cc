@@ -20,9 +20,7 @@ constexpr int kFine = 3, kTaps = 7;
 constexpr std::array<double, kTaps> kLens = {1 / 27., 3 / 27., 6 / 27., 7 / 27., 6 / 27., 3 / 27., 1 / 27.};
 
 // Scene units a pixel: the whole landscape is fitted into small frames, and large ones see it in more detail.
-double unitsPerPixel(const SceneSettings& s) {
-  return 1 / std::min(s.width / 1536.0, s.height / 1024.0);
-}
+double unitsPerPixel(const SceneSettings& s) { return 1 / std::min(s.width / 1536.0, s.height / 1024.0); }
 
 class Renderer {
  public:
@@ -34,6 +32,7 @@ class Renderer {
         targets_(s.seed, unit_),
         weather_(s.seed * 71 + 5) {}
 
+  const Ground& ground() const { return ground_; }
   const Objects& objects() const { return objects_; }
 
   // Rows `from` to `to` of the truth.
@@ -106,7 +105,7 @@ Planes renderTruth(const SceneSettings& s) {
 
 std::vector<Region> regionsOfScene(const SceneSettings& s) {
   const double unit = unitsPerPixel(s);
-  const Point houses = Renderer(s).objects().amongHouses();
+  const Renderer renderer(s);
   const auto around = [&](const char* name, Point centre, double side) {
     const auto span = static_cast<unsigned>(std::clamp(side / unit, 16.0, std::min(s.width, s.height) * 1.0));
     const auto place = [&](double at, unsigned room) {
@@ -114,8 +113,8 @@ std::vector<Region> regionsOfScene(const SceneSettings& s) {
     };
     return Region{name, place(centre.x, s.width), place(centre.y, s.height), span, span};
   };
-  return {around("star", Targets::kStar, 84), around("edges", Targets::kEdges + Point{108, 46}, 84),
-          around("roofs", houses, 84), around("furrows", Ground::kCircleCentre + Point{120, 30}, 84)};
+  return {around("star", Targets::kStar, 84), around("edges", Targets::kEdges + Point{94, 46}, 84),
+          around("roofs", renderer.objects().amongHouses(), 84), around("bridge", renderer.ground().bridge(), 84)};
 }
 
 Scene renderScene(const SceneSettings& s) {

@@ -30,13 +30,9 @@ struct Colour {
   constexpr Colour operator*(double k) const { return {r * k, g * k, b * k}; }
 };
 
-constexpr Colour blend(Colour from, Colour to, double share) {
-  return from * (1 - share) + to * share;
-}
+constexpr Colour blend(Colour from, Colour to, double share) { return from * (1 - share) + to * share; }
 
-constexpr double clamp01(double v) {
-  return v < 0 ? 0 : v > 1 ? 1 : v;
-}
+constexpr double clamp01(double v) { return v < 0 ? 0 : v > 1 ? 1 : v; }
 
 // 0 below `low`, 1 above `high`, smooth between.
 constexpr double ramp(double low, double high, double v) {
@@ -53,9 +49,7 @@ inline double sineOfTurns(double turns) {
   return x * (1 + s * (-1.0 / 6 + s * (1.0 / 120 + s * (-1.0 / 5040 + s * (1.0 / 362880 - s / 39916800)))));
 }
 
-inline double cosineOfTurns(double turns) {
-  return sineOfTurns(turns + 0.25);
-}
+inline double cosineOfTurns(double turns) { return sineOfTurns(turns + 0.25); }
 
 // A turn of the plane by a part of the full circle.
 struct Rotation {
