@@ -19,12 +19,8 @@ struct Routine {
   std::function<void(const Byte* const* in, Byte* const* out, unsigned n)> run;
 };
 
-const Word* words(const Byte* p) {
-  return reinterpret_cast<const Word*>(p);
-}
-Word* words(Byte* p) {
-  return reinterpret_cast<Word*>(p);
-}
+const Word* words(const Byte* p) { return reinterpret_cast<const Word*>(p); }
+Word* words(Byte* p) { return reinterpret_cast<Word*>(p); }
 
 const std::vector<Routine>& routines() {
   static const RGB_to_Gray coef = {{9798, 1, 2, 3}, {4, 19235, 5, 6}, {7, 8, 3736, 9}};
