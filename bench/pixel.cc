@@ -43,9 +43,8 @@ static void registerDepth() {
   Contest wide("conv8to12MMX", kMoved);
   wide.quorvel([=] { conv8to12MMX(source->data(), words->data(), kSamples); });
 #if defined(QUORVEL_PEER_LIBYUV)
-  wide.peer("libyuv", [=] {
-    libyuv::Convert8To16Plane(source->data(), kWidth, words->data(), kWidth, 4096, kWidth, kHeight);
-  });
+  wide.peer("libyuv",
+            [=] { libyuv::Convert8To16Plane(source->data(), kWidth, words->data(), kWidth, 4096, kWidth, kHeight); });
 #endif
 }
 

@@ -13,9 +13,7 @@ namespace {
 
 #ifdef QUORVEL_PEER_OPENCV
 // An image that OpenCV has allocated itself, at the alignment that it likes best.
-cv::Mat image(int type) {
-  return {static_cast<int>(kHeight), static_cast<int>(kWidth), type, cv::Scalar::all(1)};
-}
+cv::Mat image(int type) { return {static_cast<int>(kHeight), static_cast<int>(kWidth), type, cv::Scalar::all(1)}; }
 
 // The very buffer that the library works on, for a contest on equal terms.
 template <typename T>

@@ -59,17 +59,11 @@ constinit const std::array<ByteTable, 10> bitReversal = reversals();
 
 using namespace quorvel;
 
-std::uint16_t swap2(std::uint16_t x) {
-  return static_cast<std::uint16_t>(x << 8 | x >> 8);
-}
+std::uint16_t swap2(std::uint16_t x) { return static_cast<std::uint16_t>(x << 8 | x >> 8); }
 
-std::uint32_t swap4(std::uint32_t x) {
-  return __builtin_bswap32(x);
-}
+std::uint32_t swap4(std::uint32_t x) { return __builtin_bswap32(x); }
 
-std::uint64_t swap8(std::uint64_t x) {
-  return __builtin_bswap64(x);
-}
+std::uint64_t swap8(std::uint64_t x) { return __builtin_bswap64(x); }
 
 void swap4wMMX(std::uint64_t* p) {
   const std::uint64_t swappedHalves = *p << 32 | *p >> 32;
@@ -82,9 +76,7 @@ int bswap16_MMX(const std::uint16_t* src, std::uint16_t* dst, unsigned n) {
 }
 
 // The tables stand from the start, so there is nothing left to build.
-int genLowToBigTable() {
-  return 0;
-}
+int genLowToBigTable() { return 0; }
 
 std::uint32_t lowToBigEndianW(std::uint32_t x, int bits) {
   const unsigned reversed = static_cast<unsigned>(bitReversal[0][x & 0xFF]) << 8 | bitReversal[0][x >> 8 & 0xFF];

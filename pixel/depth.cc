@@ -123,9 +123,7 @@ int narrowSplit(const std::uint16_t* src, std::uint8_t* dst, unsigned n, std::ui
 
 // A count that shifts every bit of a 16-bit lane out, negative ones included, leaves 0. Said here, because processors
 // and the language differ beyond 15.
-bool shiftsAllOut(int bits) {
-  return bits < 0 || bits > 15;
-}
+bool shiftsAllOut(int bits) { return bits < 0 || bits > 15; }
 
 template <typename From, typename To, typename Kernel>
 int shifted(Kernel kernel, const From* src, To* dst, unsigned n, int bits) {
@@ -150,13 +148,9 @@ std::int16_t gainFactor(double gain) {
 
 using namespace quorvel;
 
-int conv12to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n) {
-  return narrowSplit(src, dst, n, 8, 4);
-}
+int conv12to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n) { return narrowSplit(src, dst, n, 8, 4); }
 
-int conv14to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n) {
-  return narrowSplit(src, dst, n, 32, 6);
-}
+int conv14to8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n) { return narrowSplit(src, dst, n, 32, 6); }
 
 int convNto8MMX(const std::uint16_t* src, std::uint8_t* dst, unsigned n, int shift) {
   return shifted(HWY_DYNAMIC_DISPATCH(narrowTruncated), src, dst, n, shift);
@@ -171,9 +165,7 @@ int conv8to12MMX11(const std::uint8_t* src, std::uint16_t* dst, unsigned n, int 
   return n % kGroup != 0 ? kRefused : conv8toN_MMX(src, dst, n, 0);
 }
 
-int conv8to12MMX(const std::uint8_t* src, std::uint16_t* dst, unsigned n) {
-  return conv8toN_MMX(src, dst, n, 4);
-}
+int conv8to12MMX(const std::uint8_t* src, std::uint16_t* dst, unsigned n) { return conv8toN_MMX(src, dst, n, 4); }
 
 int conv8toN_MMX(const std::uint8_t* src, std::uint16_t* dst, unsigned n, int shift) {
   return shifted(HWY_DYNAMIC_DISPATCH(widen), src, dst, n, shift);

@@ -17,11 +17,11 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "look-ups assemble their words lowest entry first");
 
-// dst[i] = table[src[i]] for unsigned samples. Every entry costs one load on any processor; what can be saved is stores,
-// so bytes are assembled to 32-bit words in registers. Measured on a 4096 x 3072 frame of 12-bit samples: twice as fast
-// as storing byte by byte, while 16-bit entries gain nothing. 64-bit loads of the samples or 64-bit stores were slower
-// for their extra shifts. 32-bit gathers of 16 lanes gained 10 % where they are fast, and elsewhere they are slower than
-// the plain loop.
+// dst[i] = table[src[i]] for unsigned samples. Every entry costs one load on any processor; what can be saved is
+// stores, so bytes are assembled to 32-bit words in registers. Measured on a 4096 x 3072 frame of 12-bit samples: twice
+// as fast as storing byte by byte, while 16-bit entries gain nothing. 64-bit loads of the samples or 64-bit stores were
+// slower for their extra shifts. 32-bit gathers of 16 lanes gained 10 % where they are fast, and elsewhere they are
+// slower than the plain loop.
 template <typename Sample, typename Entry>
 void lookUp(const Sample* __restrict src, Entry* __restrict dst, const Entry* __restrict table, std::size_t n) {
   std::size_t i = 0;

@@ -66,9 +66,7 @@ HWY_EXPORT(packPairs);
 HWY_EXPORT(unpackPairsUnsigned);
 HWY_EXPORT(unpackPairsSigned);
 
-std::uint16_t loneSample(const std::uint8_t* src) {
-  return static_cast<std::uint16_t>((src[0] | src[1] << 8) & 0xFFF);
-}
+std::uint16_t loneSample(const std::uint8_t* src) { return static_cast<std::uint16_t>((src[0] | src[1] << 8) & 0xFFF); }
 
 }  // namespace
 }  // namespace quorvel

@@ -22,12 +22,8 @@ HWY_INLINE void widen3to4(const std::uint8_t* HWY_RESTRICT src, std::uint8_t* ds
   });
 }
 
-void widenReversed(const std::uint8_t* src, std::uint8_t* dst, std::size_t n) {
-  widen3to4<true>(src, dst, n);
-}
-void widenInOrder(const std::uint8_t* src, std::uint8_t* dst, std::size_t n) {
-  widen3to4<false>(src, dst, n);
-}
+void widenReversed(const std::uint8_t* src, std::uint8_t* dst, std::size_t n) { widen3to4<true>(src, dst, n); }
+void widenInOrder(const std::uint8_t* src, std::uint8_t* dst, std::size_t n) { widen3to4<false>(src, dst, n); }
 
 void narrow4to3(const std::uint8_t* HWY_RESTRICT src, std::uint8_t* dst, std::size_t n) {
   const std::array sources = {reads<4>(src)};
@@ -59,18 +55,10 @@ HWY_INLINE void toHiColor(const std::uint8_t* HWY_RESTRICT src, std::uint16_t* d
   });
 }
 
-void rgbTo555(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) {
-  toHiColor<5, false>(src, dst, n);
-}
-void rgbTo565(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) {
-  toHiColor<6, false>(src, dst, n);
-}
-void bmp32To555(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) {
-  toHiColor<5, true>(src, dst, n);
-}
-void bmp32To565(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) {
-  toHiColor<6, true>(src, dst, n);
-}
+void rgbTo555(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) { toHiColor<5, false>(src, dst, n); }
+void rgbTo565(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) { toHiColor<6, false>(src, dst, n); }
+void bmp32To555(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) { toHiColor<5, true>(src, dst, n); }
+void bmp32To565(const std::uint8_t* src, std::uint16_t* dst, std::size_t n) { toHiColor<6, true>(src, dst, n); }
 
 }  // namespace HWY_NAMESPACE
 }  // namespace quorvel

@@ -7,12 +7,6 @@ namespace quorvel {
 
 std::uint16_t productTable[256 * 256];
 
-const std::uint16_t* filledProductTable() {
-  // The last entry is written last: 255 * 255 says that all others stand.
-  if (productTable[256 * 256 - 1] == 0) genMulTable8_8();
-  return productTable;
-}
-
 }  // namespace quorvel
 
 void genMulTable8_8() {

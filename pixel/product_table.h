@@ -10,9 +10,6 @@ namespace quorvel {
 // a * b at index 256 * a + b once `genMulTable8_8` has run, zeros before.
 extern std::uint16_t productTable[256 * 256];
 
-// The table, filled on the first call.
-const std::uint16_t* filledProductTable();
-
 }  // namespace quorvel
 
 #endif  // QUORVEL_PIXEL_PRODUCT_TABLE_H_

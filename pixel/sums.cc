@@ -73,9 +73,7 @@ HWY_EXPORT(sumGroups);
 // The checksum multiplies polynomials over GF(2): a step takes the sum times x, modulo x^32 plus this, plus the word.
 constexpr std::uint32_t kPolynomial = 0x04C11DB7;
 
-constexpr std::uint32_t timesX(std::uint32_t sum) {
-  return sum << 1 ^ (sum >> 31 != 0 ? kPolynomial : 0);
-}
+constexpr std::uint32_t timesX(std::uint32_t sum) { return sum << 1 ^ (sum >> 31 != 0 ? kPolynomial : 0); }
 
 // kFolded[k][b] is b times x^(32 + 8k) modulo the polynomial.
 constexpr auto kFolded = [] {

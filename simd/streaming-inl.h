@@ -44,6 +44,8 @@ struct Source {
   const std::uint8_t* first;
   std::size_t pixelBytes, rowBytes;
 
+  std::uintptr_t place(std::size_t row) const { return reinterpret_cast<std::uintptr_t>(first + row * rowBytes); }
+
   HWY_INLINE void fetch(std::size_t row, std::size_t from, std::size_t to) const {
     const std::uint8_t* const pixels = first + row * rowBytes;
     // Into the second-level cache, which is where the processor's own prefetching stops at the end of every page.
@@ -66,17 +68,9 @@ class StreamedOutput {
     line_ = static_cast<std::uint8_t*>(dst) - skipped_;
   }
 
-  // How many pixels bring this destination to the start of a line; 0 where none do.
-  template <std::size_t kPixelBytes>
-  std::size_t pixelsToLine() const {
-    for (std::size_t pixels = 0; pixels < kLineBytes; ++pixels) {
-      if ((pending_ + pixels * kPixelBytes) % kLineBytes == 0) return pixels;
-    }
-    return 0;
-  }
-
   // Where the next block is to be written.
   std::uint8_t* room() { return lines_ + pending_; }
+  std::size_t pending() const { return pending_; }
 
   // Sends out the lines that `bytes` more have completed.
   HWY_INLINE void push(std::size_t bytes) {
@@ -101,9 +95,17 @@ class StreamedOutput {
  private:
   alignas(kLineBytes) std::uint8_t lines_[kBlockBytes + 2 * kLineBytes];
   std::uint8_t* line_;   // where lines_ belongs
-  std::size_t pending_;  // bytes in lines_
+  std::size_t pending_;  // bytes in lines_, and so the next block's place in its line
   std::size_t skipped_;  // bytes at the head of the first line that precede the destination; 0 once it is out
 };
+
+// How many pixels lead from a place to the start of a line; 0 where none do.
+HWY_INLINE std::size_t pixelsToLine(std::uintptr_t place, std::size_t pixelBytes) {
+  for (std::size_t pixels = 0; pixels < kLineBytes; ++pixels) {
+    if ((place + pixels * pixelBytes) % kLineBytes == 0) return pixels;
+  }
+  return 0;
+}
 
 // Calls body(d, row, i, out) so that the lanes of the calls cover pixels 0..width-1 of every row once and in order, as
 // forLanes does, except that i may be any number. The destinations are dense, kPerPixel samples of T a pixel; out[k] is
@@ -130,8 +132,10 @@ HWY_INLINE void writeRows(std::size_t rows, std::size_t width, std::array<T*, kO
   std::array<StreamedOutput<kPixelsPerBlock * kPixelBytes>, kOutputs> streams;
   for (std::size_t k = 0; k < kOutputs; ++k) streams[k].begin(dst[k]);
   for (std::size_t row = 0; row < rows; ++row) {
-    // A short block first, so that the blocks after it begin with a line: vectors then do not lie across two.
-    std::size_t count = streams[0].template pixelsToLine<kPixelBytes>();
+    // A short block first, so that in the blocks after it vectors do not lie across two lines: on the side that has
+    // more buffers, as one block cannot suit all.
+    std::size_t count = kSources > kOutputs ? pixelsToLine(sources[0].place(row), sources[0].pixelBytes)
+                                            : pixelsToLine(streams[0].pending(), kPixelBytes);
     for (std::size_t x = 0; x < width; x += count, count = kPixelsPerBlock) {
       count = std::min(count, width - x);
       for (const Source& source : sources) {

@@ -95,10 +95,11 @@ QUORVEL_API void gamma16_8(const std::int16_t* src, std::uint8_t* dst, const std
 /// The same with 16-bit entries, and the first n mod 4 samples with a sign.
 QUORVEL_API void gamma16_16(const std::int16_t* src, std::uint16_t* dst, const std::uint16_t* table, unsigned n);
 
-/// Three planes of `width` x `height` samples 0..4095, fewer than 2^32 together, to bytes, each through its own table of `tables` (red, green,
-/// blue). A table is generated anew only where the channel's record in `p` differs in any field from the one in `last`
-/// (gammas compared as 32-bit floats); then `p` is copied into `last`. The caller keeps `tables` and `last` between
-/// calls, and sees to it that at first they agree with each other or that `last` differs from `p`.
+/// Three planes of `width` x `height` samples 0..4095, fewer than 2^32 together, to bytes, each through its own table
+/// of `tables` (red, green, blue). A table is generated anew only where the channel's record in `p` differs in any
+/// field from the one in `last` (gammas compared as 32-bit floats); then `p` is copied into `last`. The caller keeps
+/// `tables` and `last` between calls, and sees to it that at first they agree with each other or that `last` differs
+/// from `p`.
 QUORVEL_API void convertRGBGammaTo8(const ConversionParam* p, const std::uint16_t* r, const std::uint16_t* g,
                                     const std::uint16_t* b, unsigned width, unsigned height, std::uint8_t* outR,
                                     std::uint8_t* outG, std::uint8_t* outB, CGammaTblB_DLL* const* tables,

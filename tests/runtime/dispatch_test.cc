@@ -19,9 +19,7 @@ int variant(int* called) {
 constexpr int kSse = 1, k3dNow = 2, kPlain = 3;
 
 // The vector family's preference in miniature: SSE first, then 3DNow!, no plain variant.
-int sseFirst(int* called) {
-  return dispatch<Routine>({{isSSE, variant<kSse>}, {is3DNow, variant<k3dNow>}}, called);
-}
+int sseFirst(int* called) { return dispatch<Routine>({{isSSE, variant<kSse>}, {is3DNow, variant<k3dNow>}}, called); }
 
 TEST(Dispatch, TakesTheFirstFittingVariantAndRefusesWithoutOne) {
   const struct {

@@ -25,8 +25,8 @@ inline std::ostream& operator<<(std::ostream& out, Pattern p) {
 // `n` samples from low..high. Extremes take low, high, and their neighbours; Structured counts up with a step that
 // is coprime to every vector length, so that no two lanes of a vector agree. Equal seeds give equal samples.
 template <typename T>
-std::vector<T> samples(std::size_t n, Pattern pattern, std::uint32_t seed = 1,
-                       T low = std::numeric_limits<T>::min(), T high = std::numeric_limits<T>::max()) {
+std::vector<T> samples(std::size_t n, Pattern pattern, std::uint32_t seed = 1, T low = std::numeric_limits<T>::min(),
+                       T high = std::numeric_limits<T>::max()) {
   std::mt19937 engine(seed * 2654435761u + static_cast<std::uint32_t>(n));
   std::uniform_int_distribution<std::int64_t> any(static_cast<std::int64_t>(low), static_cast<std::int64_t>(high));
   std::uniform_int_distribution<int> choice(0, 9);
