@@ -25,11 +25,11 @@ struct OptionalFormat {
 std::vector<OptionalFormat> optionalFormats();
 
 struct ReadOptions {
-  std::optional<RawFormat> format;  // else by name, else by the first bytes
-  unsigned width = 0, height = 0;   // of headerless files
-  std::optional<Phase> phase;       // instead of what the file says or leaves open
-  std::optional<int> white;
-  std::optional<std::array<int, 4>> black;  // in 12-bit counts, of the library's sites
+  std::optional<RawFormat> format = {};  // else by name, else by the first bytes
+  unsigned width = 0, height = 0;        // of headerless files
+  std::optional<Phase> phase = {};       // instead of what the file says or leaves open
+  std::optional<int> white = {};
+  std::optional<std::array<int, 4>> black = {};  // in 12-bit counts, of the library's sites
 };
 
 // Throws DataError, and UsageError where a headerless file comes without its size.

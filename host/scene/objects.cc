@@ -18,6 +18,8 @@ constexpr double kCell = 32;
 
 Colour lit(Colour surface, Colour light) { return {surface.r * light.r, surface.g * light.g, surface.b * light.b}; }
 
+bool isPlant(const Object& o) { return o.kind == ObjectKind::Tree || o.kind == ObjectKind::Fir; }
+
 bool inBox(const Object& o, Point p) {
   const Point q = o.heading.into(p - o.centre);
   return std::abs(q.x) <= o.halfLength && std::abs(q.y) <= o.halfWidth;
@@ -26,7 +28,7 @@ bool inBox(const Object& o, Point p) {
 // Whether the way from `p` towards the sun, as seen from above, meets the object: a segment against a box or a disc.
 bool inShadow(const Object& o, Point p) {
   const Point back = kShadow * -o.height;
-  if (o.kind == ObjectKind::Tree || o.kind == ObjectKind::Fir) {
+  if (isPlant(o)) {
     const Point q = p - o.centre;
     const double t = clamp01(-(q.x * back.x + q.y * back.y) / (back.x * back.x + back.y * back.y));
     return (q + back * t).length() < o.halfLength * (o.kind == ObjectKind::Fir ? 1 - 0.7 * t : 0.92);
@@ -150,6 +152,7 @@ void Objects::add(const Object& o) {
   }
   const auto index = static_cast<std::uint32_t>(objects_.size());
   objects_.push_back(o);
+  if (!isPlant(o)) built_.push_back(o);
   const unsigned x1 = square(o.centre.x + reach + tip.x, columns_), y1 = square(o.centre.y + reach + tip.y, rows_);
   for (unsigned y = square(o.centre.y - reach, rows_); y <= y1; ++y) {
     for (unsigned x = square(o.centre.x - reach, columns_); x <= x1; ++x) {
@@ -169,9 +172,8 @@ bool Objects::standsFree(Point p, double margin) const {
       p.y < keepOutTo_.y + margin) {
     return false;
   }
-  return std::none_of(objects_.begin(), objects_.end(), [&](const Object& o) {
-    const bool plant = o.kind == ObjectKind::Tree || o.kind == ObjectKind::Fir;
-    return !plant && (o.centre - p).length() < std::max(o.halfLength, o.halfWidth) + margin;
+  return std::none_of(built_.begin(), built_.end(), [&](const Object& o) {
+    return (o.centre - p).length() < std::max(o.halfLength, o.halfWidth) + margin;
   });
 }
 

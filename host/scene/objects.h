@@ -47,6 +47,7 @@ class Objects {
   double width_, height_;
   Point keepOutFrom_, keepOutTo_;
   std::vector<Object> objects_;
+  std::vector<Object> built_;  // those that plants keep away from
   unsigned columns_, rows_;
   std::vector<std::vector<std::uint32_t>> cells_;  // objects, with their shadows, that reach into a square
 };
