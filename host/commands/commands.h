@@ -17,8 +17,8 @@ void addDevelop(CLI::App& program, Action& chosen);
 void addContactSheet(CLI::App& program, Action& chosen);
 void addInfo(CLI::App& program, Action& chosen);
 
-// The whole program, from arguments to exit status; every failure is one line on standard error.
-int run(int argc, const char* const* argv);
+// The whole program, from its arguments in UTF-8 to the exit status; every failure is one line on standard error.
+int run(std::vector<std::string> arguments);
 
 }  // namespace quorvel::host
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include <fmt/format.h>
 #include <quorvel/quorvel.h>
@@ -23,7 +25,7 @@ int afterPrinting(int status) {
 
 }  // namespace
 
-int run(int argc, const char* const* argv) {
+int run(std::vector<std::string> arguments) {
   CLI::App program("Develops raw frames of a colour sensor into pictures.", "quorvel");
   program.set_version_flag("--version", std::string("quorvel ") + quorvelVersion());
   program.require_subcommand(1);
@@ -34,7 +36,8 @@ int run(int argc, const char* const* argv) {
   addContactSheet(program, chosen);
   addInfo(program, chosen);
   try {
-    program.parse(argc, argv);
+    std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
+    program.parse(std::move(arguments));
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) {  // --help or --version
       program.exit(e);

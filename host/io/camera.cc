@@ -80,7 +80,7 @@ Mosaic readCameraRaw(const fs::path& file) {
   raw->set_dataerror_handler([](void* noted, const char*, auto) { *static_cast<bool*>(noted) = true; }, &damaged);
   const auto wrong = [](int status) { return status > 0 ? std::strerror(status) : libraw_strerror(status); };
   // LibRaw meets the end of a short file before it can tell that the file is none of its kinds.
-  int status = raw->open_file(file.c_str());
+  int status = raw->open_file(file.string().c_str());
   if (status == LIBRAW_FILE_UNSUPPORTED || status == LIBRAW_IO_ERROR) {
     throw DataError(file, "is not an image of a kind that is read");
   }

@@ -5,42 +5,39 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <system_error>
 
 #include <fmt/format.h>
-#include <sys/types.h>
-#include <unistd.h>
+
+#include "host/io/system.h"
 
 namespace quorvel::host {
 namespace {
 
 std::string reason(int error) { return std::generic_category().message(error); }
 
-// The names of growing files, for the signal handler: nothing but atomic pointers and unlink is safe there.
+// The names of growing files, for the clean-up in a signal handler: nothing but atomic pointers is safe there.
 constexpr std::size_t kGrowingMost = 16;
-std::array<std::atomic<const char*>, kGrowingMost> growingNames;
+std::array<std::atomic<NativeName>, kGrowingMost> growingNames;
 
-void replaceGrowing(const char* from, const char* to) {
+void replaceGrowing(NativeName from, NativeName to) {
   for (auto& name : growingNames) {
-    const char* expected = from;
+    NativeName expected = from;
     if (name.compare_exchange_strong(expected, to)) return;
   }
 }
 
-extern "C" void vanish(int signal) {
+void removeGrowing() noexcept {
   for (const auto& name : growingNames) {
-    if (const char* growing = name.load()) unlink(growing);
+    if (const NativeName growing = name.load()) removeAtOnce(growing);
   }
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
 }
 
 // A name that no other run and no other file of this run uses.
 fs::path growingName(const fs::path& target) {
   static std::atomic<unsigned> count = 0;
-  return target.parent_path() / fmt::format(".{}.{}-{}.part", target.filename().string(), getpid(), ++count);
+  return target.parent_path() / fmt::format(".{}.{}-{}.part", target.filename().string(), processId(), ++count);
 }
 
 }  // namespace
@@ -51,7 +48,7 @@ void requireReadable(const fs::path& file) {
   if (status.type() == fs::file_type::not_found) throw DataError(file, "does not exist");
   if (error) throw DataError(file, "cannot be read: " + error.message());
   if (fs::is_directory(status)) throw DataError(file, "is a directory, not a file");
-  std::FILE* stream = std::fopen(file.c_str(), "rb");
+  std::FILE* stream = openToRead(file);
   if (stream == nullptr) throw DataError(file, "cannot be read: " + reason(errno));
   std::fclose(stream);
   if (fs::is_regular_file(status) && fs::file_size(file, error) == 0) throw DataError(file, "is empty");
@@ -59,11 +56,16 @@ void requireReadable(const fs::path& file) {
 
 std::vector<std::uint8_t> readFile(const fs::path& file) {
   requireReadable(file);
-  std::FILE* stream = std::fopen(file.c_str(), "rb");
+  std::FILE* stream = openToRead(file);
   if (stream == nullptr) throw DataError(file, "cannot be read: " + reason(errno));
   std::error_code unknown;
-  const auto expected = fs::file_size(file, unknown);
-  std::vector<std::uint8_t> bytes(unknown ? 0 : expected);
+  const std::uint64_t expected = fs::file_size(file, unknown);
+  std::vector<std::uint8_t> bytes;
+  if (!unknown && expected > bytes.max_size() / 2) {
+    std::fclose(stream);
+    throw DataError(file, "is too large for this system");
+  }
+  bytes.resize(unknown ? 0 : static_cast<std::size_t>(expected));
   std::size_t filled = 0;
   // The size is a hint only: pipes have none, and a file may grow while it is read.
   for (;;) {
@@ -95,13 +97,13 @@ OutputFile::OutputFile(const fs::path& target, bool force) : target_(target), fo
   std::error_code error;
   const fs::file_status status = fs::status(target, error);
   if (fs::exists(status) && !fs::is_regular_file(status)) {
-    stream_ = std::fopen(target.c_str(), "wb");
+    stream_ = openToWrite(target);
   } else {
     // Behind a symbolic link the file itself is replaced, and the link stays.
     const fs::path actual = fs::is_symlink(target, error) && fs::exists(status) ? fs::canonical(target) : target;
     growing_ = growingName(actual);
     replaceGrowing(nullptr, growing_.c_str());
-    stream_ = std::fopen(growing_.c_str(), "wbx");
+    stream_ = createNew(growing_);
   }
   if (stream_ == nullptr) {
     const int failed = errno;
@@ -120,7 +122,7 @@ void OutputFile::discard() noexcept {
   if (stream_ != nullptr) std::fclose(stream_);
   stream_ = nullptr;
   if (!growing_.empty()) {
-    unlink(growing_.c_str());
+    removeAtOnce(growing_.c_str());
     replaceGrowing(growing_.c_str(), nullptr);
     growing_.clear();
   }
@@ -141,11 +143,11 @@ bool OutputFile::write(const void* data, std::size_t bytes) noexcept {
 std::int64_t OutputFile::seek(std::int64_t offset, int whence) noexcept {
   if (failure_ != 0) return -1;
   errno = 0;
-  if (fseeko(stream_, static_cast<off_t>(offset), whence) != 0) {
+  if (seekTo(stream_, offset, whence) != 0) {
     noteFailure();
     return -1;
   }
-  position_ = static_cast<std::int64_t>(ftello(stream_));
+  position_ = tell(stream_);
   return position_;
 }
 
@@ -178,10 +180,6 @@ void OutputFile::commit() {
   growing_.clear();
 }
 
-void removeUnfinishedOnInterrupt() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    if (std::signal(signal, vanish) == SIG_IGN) std::signal(signal, SIG_IGN);
-  }
-}
+void removeUnfinishedOnInterrupt() { onInterrupt(removeGrowing); }
 
 }  // namespace quorvel::host

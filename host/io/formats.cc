@@ -9,6 +9,7 @@
 
 #include "host/io/headerless.h"
 #include "host/io/pnm.h"
+#include "host/io/system.h"
 #ifdef QUORVEL_HAVE_PNG
 #include <png.h>
 
@@ -40,7 +41,7 @@ std::string extension(const fs::path& file) {
 
 bool startsLikePgm(const fs::path& file) {
   std::array<char, 2> start{};
-  std::FILE* stream = std::fopen(file.c_str(), "rb");
+  std::FILE* stream = openToRead(file);
   if (stream == nullptr) return false;
   const bool whole = std::fread(start.data(), 1, start.size(), stream) == start.size();
   std::fclose(stream);

@@ -9,6 +9,9 @@ namespace {
 
 std::vector<std::uint8_t> readExactly(const fs::path& file, std::uint64_t bytes, unsigned width, unsigned height) {
   requireReadable(file);
+  if (!sizeIsSane(width, height)) {
+    throw DataError(file, fmt::format("{} x {} samples cannot be worked on", width, height));
+  }
   std::error_code error;
   // A look at the size spares reading what cannot fit.
   const std::uint64_t size = fs::file_size(file, error);
@@ -60,7 +63,7 @@ void writeRaw16(OutputFile& out, const RawFrame& frame) {
 }
 
 void writeRaw12(OutputFile& out, const RawFrame& frame) {
-  std::vector<std::uint8_t> bytes(packedBytes(frame.samples.size()));
+  std::vector<std::uint8_t> bytes(static_cast<std::size_t>(packedBytes(frame.samples.size())));
   compr16to12(frame.samples.data(), bytes.data(), static_cast<unsigned>(frame.samples.size()));
   out.write(bytes.data(), bytes.size());
 }

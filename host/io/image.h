@@ -15,8 +15,9 @@ namespace quorvel::host {
 // The library's samples have 12 bits.
 inline constexpr int kFullScale = 4095;
 
-// What one file may hold. The library counts samples in 32 bits, and three of them make a pixel.
-inline constexpr std::uint64_t kMaxSide = 65535, kMaxPixels = std::uint64_t{1} << 29;
+// What one file may hold. The library counts samples in 32 bits, and three of them make a pixel; a 32-bit process has
+// room for the planes of less.
+inline constexpr std::uint64_t kMaxSide = 65535, kMaxPixels = std::uint64_t{1} << (sizeof(void*) > 4 ? 29 : 27);
 
 // Whether an image of this size can be worked on at all.
 constexpr bool sizeIsSane(std::uint64_t width, std::uint64_t height) {

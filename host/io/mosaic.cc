@@ -18,8 +18,8 @@ void cropToPhase(Mosaic& mosaic) {
   RawFrame& frame = mosaic.frame;
   const unsigned width = frame.width - left, height = frame.height - top;
   for (unsigned y = 0; y < height; ++y) {
-    const auto row = frame.samples.begin() + static_cast<std::ptrdiff_t>(std::size_t{y + top} * frame.width + left);
-    std::copy(row, row + width, frame.samples.begin() + static_cast<std::ptrdiff_t>(std::size_t{y} * width));
+    const std::uint16_t* row = frame.samples.data() + std::size_t{y + top} * frame.width + left;
+    std::copy(row, row + width, frame.samples.data() + std::size_t{y} * width);
   }
   frame.width = width;
   frame.height = height;

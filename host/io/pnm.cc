@@ -60,7 +60,7 @@ Pnm readPnm(const fs::path& file, char kind, unsigned samplesPerPixel) {
   if (bytes.size() - at < count * size) {
     throw DataError(file, fmt::format("is cut short: {} of {} bytes of samples", bytes.size() - at, count * size));
   }
-  image.samples.resize(count);
+  image.samples.resize(static_cast<std::size_t>(count));
   const std::uint8_t* data = bytes.data() + at;
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned v = size == 2 ? unsigned{data[2 * i]} << 8 | data[2 * i + 1] : data[i];

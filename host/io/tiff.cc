@@ -57,8 +57,8 @@ void writeImage(OutputFile& out, unsigned width, unsigned height, unsigned sampl
                 const void* samples, const std::string& description) {
   keepQuiet();
   bool done = false;
-  if (Tiff tiff{
-          TIFFClientOpen(out.target().c_str(), "w", &out, readNothing, put, seek, keepOpen, size, nullptr, nullptr)}) {
+  if (Tiff tiff{TIFFClientOpen(out.target().string().c_str(), "w", &out, readNothing, put, seek, keepOpen, size,
+                               nullptr, nullptr)}) {
     TIFF* t = tiff.get();
     TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
     TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
@@ -96,7 +96,7 @@ T field(TIFF* tiff, ttag_t tag, T otherwise) {
 Mosaic readTiff(const fs::path& path) {
   requireReadable(path);
   keepQuiet();
-  const Tiff tiff{TIFFOpen(path.c_str(), "r")};
+  const Tiff tiff{TIFFOpen(path.string().c_str(), "r")};
   if (!tiff) throw DataError(path, withComplaint("is not a TIFF file that can be read"));
   const auto width = field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0);
   const auto height = field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0);

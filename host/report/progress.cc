@@ -5,7 +5,8 @@
 #include <cstdio>
 
 #include <fmt/format.h>
-#include <unistd.h>
+
+#include "host/io/system.h"
 
 namespace quorvel::host {
 
@@ -22,7 +23,7 @@ std::string progressLine(std::size_t done, std::size_t files, double megapixels,
 }
 
 Progress::Progress(std::size_t files)
-    : files_(files), terminal_(files > 1 && isatty(fileno(stderr)) != 0), start_(std::chrono::steady_clock::now()) {
+    : files_(files), terminal_(files > 1 && isTerminal(stderr)), start_(std::chrono::steady_clock::now()) {
   show();
 }
 

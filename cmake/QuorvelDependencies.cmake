@@ -1,0 +1,50 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the build stands on. Systems that have packages of it are asked for those. Where there are none, as for Windows,
+# Highway and GoogleTest are built from source, and the program's header libraries are taken from the machine that
+# builds.
+set(QUORVEL_HIGHWAY_SOURCE "" CACHE PATH "Highway's source tree, where its package is not to be used")
+set(QUORVEL_GTEST_SOURCE "" CACHE PATH "GoogleTest's source tree, where its package is not to be used")
+set(QUORVEL_HEADERS "" CACHE PATH "Where CLI11 and fmt are found as headers alone, where their packages are not to be used")
+
+if(QUORVEL_HIGHWAY_SOURCE)
+  add_library(quorvel_highway STATIC
+    "${QUORVEL_HIGHWAY_SOURCE}/hwy/aligned_allocator.cc"
+    "${QUORVEL_HIGHWAY_SOURCE}/hwy/per_target.cc"
+    "${QUORVEL_HIGHWAY_SOURCE}/hwy/targets.cc")
+  target_include_directories(quorvel_highway SYSTEM PUBLIC "${QUORVEL_HIGHWAY_SOURCE}")
+  target_compile_definitions(quorvel_highway PUBLIC HWY_STATIC_DEFINE)
+  add_library(hwy::hwy ALIAS quorvel_highway)
+else()
+  find_package(hwy REQUIRED)
+endif()
+
+if(QUORVEL_TESTS AND QUORVEL_GTEST_SOURCE)
+  find_package(Threads REQUIRED)
+  add_library(quorvel_gtest STATIC
+    "${QUORVEL_GTEST_SOURCE}/googletest/src/gtest-all.cc" "${QUORVEL_GTEST_SOURCE}/googletest/src/gtest_main.cc")
+  target_include_directories(quorvel_gtest SYSTEM
+    PUBLIC "${QUORVEL_GTEST_SOURCE}/googletest/include" PRIVATE "${QUORVEL_GTEST_SOURCE}/googletest")
+  target_link_libraries(quorvel_gtest PUBLIC Threads::Threads)
+  add_library(GTest::gtest_main ALIAS quorvel_gtest)
+elseif(QUORVEL_TESTS)
+  find_package(GTest REQUIRED)
+endif()
+
+if(QUORVEL_HOST AND QUORVEL_HEADERS)
+  # Only what is wanted: the rest of that directory belongs to another system.
+  set(headers "${PROJECT_BINARY_DIR}/headers")
+  file(MAKE_DIRECTORY "${headers}")
+  foreach(library CLI fmt)
+    file(CREATE_LINK "${QUORVEL_HEADERS}/${library}" "${headers}/${library}" SYMBOLIC)
+  endforeach()
+  add_library(quorvel_cli11 INTERFACE)
+  target_include_directories(quorvel_cli11 SYSTEM INTERFACE "${headers}")
+  add_library(CLI11::CLI11 ALIAS quorvel_cli11)
+  add_library(quorvel_fmt INTERFACE)
+  target_include_directories(quorvel_fmt SYSTEM INTERFACE "${headers}")
+  target_compile_definitions(quorvel_fmt INTERFACE FMT_HEADER_ONLY)
+  add_library(fmt::fmt ALIAS quorvel_fmt)
+elseif(QUORVEL_HOST)
+  find_package(CLI11 REQUIRED)
+  find_package(fmt REQUIRED)
+endif()
