@@ -5,6 +5,8 @@
 #define QUORVEL_QUORVEL_H_
 
 #include <quorvel/bayer.h>
+#include <quorvel/errors.h>
+#include <quorvel/geometry.h>
 #include <quorvel/pixel.h>
 #include <quorvel/runtime.h>
 #include <quorvel/types.h>
