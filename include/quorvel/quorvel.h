@@ -5,6 +5,7 @@
 #define QUORVEL_QUORVEL_H_
 
 #include <quorvel/bayer.h>
+#include <quorvel/guards.h>
 #include <quorvel/pixel.h>
 #include <quorvel/runtime.h>
 #include <quorvel/types.h>
