@@ -39,7 +39,8 @@ TEST_F(GpuLoader, BindsACompleteLibraryAsOftenAsAsked) {
     EXPECT_EQ(load("uncollected"), kBound) << "a loaded library is kept, whatever the hint";
     EXPECT_EQ(gpuLibrary.module, module);
     EXPECT_EQ(gpuLibrary.nrCudaDevices(), 2);
-    EXPECT_EQ(gpuLibrary.cudaCall(4, 3), 43);
+    EXPECT_EQ(gpuLibrary.cudaCall(4, 3), 43) << "the first call of a library that was loaded anew";
+    EXPECT_EQ(gpuLibrary.cudaCall(5, 6), 156);
     EXPECT_EQ(reinterpret_cast<EntryPoint>(gpuLibrary.releaseCollector), findEntryPoint(module, "_deleteCollector@4"));
     EXPECT_EQ(unloadFerrox(), 0);
     EXPECT_TRUE(gpuLibrary.nrCudaDevices == nullptr && gpuLibrary.cudaCall == nullptr);
