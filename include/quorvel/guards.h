@@ -14,9 +14,9 @@
 
 /// Initialises COM for the multithreaded apartment and undoes it on destruction.
 ///
-/// Only the first guard of a process makes the call: a guard that finds the count above 0 holds nothing. Destruction
-/// counts down all the same, so the count can reach 0, and fall below it, while an initialising guard lives. Callers
-/// rely on this order of calls; keep one guard alive at a time for a count that tells the number of holders.
+/// The first guard of a process makes the call; a second one beside it holds nothing. Destroying that second one counts
+/// down all the same, so the count can reach 0, and fall below it, while the first still holds COM: where the count
+/// matters, keep one guard at a time.
 class QUORVEL_API CComMultithread {
  public:
   /// Initialises if the count is 0. A valid status counts up and sets the flag.
