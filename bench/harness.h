@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <utility>
@@ -21,12 +22,27 @@ namespace quorvel::bench {
 inline constexpr unsigned kWidth = 4096, kHeight = 3072;
 inline constexpr unsigned kSamples = kWidth * kHeight;
 
+// Frame buffers begin at a cache line, as a host's and as the peers' own images do.
+template <typename T>
+struct CacheLineAllocator {
+  using value_type = T;
+  static constexpr std::align_val_t kLine{64};
+  CacheLineAllocator() = default;
+  template <typename U>
+  explicit CacheLineAllocator(const CacheLineAllocator<U>&) {}
+  T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), kLine)); }
+  void deallocate(T* p, std::size_t) { ::operator delete(p, kLine); }
+  bool operator==(const CacheLineAllocator&) const = default;
+};
+template <typename T>
+using Samples = std::vector<T, CacheLineAllocator<T>>;
+
 // Registers the contest for one routine. Every contestant does the same work a call; `bytesMoved` is what the routine
 // reads and writes a call, and the memcpy contestant copies half as many, so that it moves the same.
 class Contest {
  public:
   Contest(std::string routine, std::size_t bytesMoved) : routine_(std::move(routine)), bytesMoved_(bytesMoved) {
-    auto buffers = std::make_shared<std::pair<std::vector<char>, std::vector<char>>>();
+    auto buffers = std::make_shared<std::pair<Samples<char>, Samples<char>>>();
     add("memcpy", [half = bytesMoved / 2, buffers] {
       if (buffers->first.empty()) buffers->first.assign(half, 1), buffers->second.assign(half, 2);
       std::memcpy(buffers->second.data(), buffers->first.data(), half);
@@ -57,16 +73,16 @@ class Contest {
 
 // Random samples of a frame; equal seeds give equal samples.
 template <typename T>
-std::shared_ptr<std::vector<T>> randomSamples(std::size_t n, unsigned high, unsigned seed = 1) {
+std::shared_ptr<Samples<T>> randomSamples(std::size_t n, unsigned high, unsigned seed = 1) {
   std::minstd_rand engine(seed);
-  auto out = std::make_shared<std::vector<T>>(n);
+  auto out = std::make_shared<Samples<T>>(n);
   for (T& v : *out) v = static_cast<T>((engine() >> 8) % (high + 1));
   return out;
 }
 
 template <typename T>
-std::shared_ptr<std::vector<T>> buffer(std::size_t n) {
-  return std::make_shared<std::vector<T>>(n);
+std::shared_ptr<Samples<T>> buffer(std::size_t n) {
+  return std::make_shared<Samples<T>>(n);
 }
 
 // Each room's file registers its contests here; main calls them all.

@@ -17,12 +17,12 @@ cv::Mat image(int type) { return {static_cast<int>(kHeight), static_cast<int>(kW
 
 // The very buffer that the library works on, for a contest on equal terms.
 template <typename T>
-cv::Mat sameBuffer(const std::vector<T>& samples, int type) {
+cv::Mat sameBuffer(const Samples<T>& samples, int type) {
   return {static_cast<int>(kHeight), static_cast<int>(kWidth), type, const_cast<T*>(samples.data())};
 }
 
 template <typename T>
-cv::Mat image(const std::vector<T>& samples, int type) {
+cv::Mat image(const Samples<T>& samples, int type) {
   return sameBuffer(samples, type).clone();
 }
 
@@ -40,7 +40,7 @@ std::function<void()> cvConvert(const cv::Mat& pixels, int code, int type) {
 #endif
 
 template <typename T>
-using Buffers = std::vector<std::shared_ptr<std::vector<T>>>;
+using Buffers = std::vector<std::shared_ptr<Samples<T>>>;
 
 template <typename T>
 Buffers<T> planes(unsigned high) {
