@@ -7,6 +7,7 @@
 #include <quorvel/bayer.h>
 #include <quorvel/errors.h>
 #include <quorvel/geometry.h>
+#include <quorvel/guards.h>
 #include <quorvel/pixel.h>
 #include <quorvel/runtime.h>
 #include <quorvel/types.h>
