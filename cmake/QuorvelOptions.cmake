@@ -33,3 +33,7 @@ if(QUORVEL_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+if(WIN32)  # keep windows.h from declaring what we do not use under names that we do
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX)
+endif()

@@ -3,11 +3,12 @@
 #include <cstring>
 
 #include "quorvel/geometry.h"
+#include "quorvel/runtime.h"
 #include "runtime/error_switch.h"
 
 namespace {
 
-enum Refusal : int { Left = -1, Above = -2, Right = -3, Below = -4 };
+enum Refusal : int { Left = -1, Above = -2, Right = -4, Below = -5 };  // -3 means a processor without a suitable unit
 
 template <typename T>
 int insertSubTile(const T* src, std::size_t srcPitch, std::size_t width, std::size_t height, T* dst,
@@ -17,6 +18,8 @@ int insertSubTile(const T* src, std::size_t srcPitch, std::size_t width, std::si
   // In 64 bits, so that the sum of offset and extent cannot wrap into the raster.
   if (std::uint64_t{width} + static_cast<unsigned>(x) > dstWidth && !quorvel::errorsIgnored()) return Right;
   if (std::uint64_t{height} + static_cast<unsigned>(y) > dstHeight) return Below;
+  // The copy needs no answer, but the routines that read the remembered one count on this question having been asked.
+  isCommonEMMX();
   if (width == 0 || height == 0) return 0;
 
   dst += static_cast<std::size_t>(y) * dstPitch + static_cast<std::size_t>(x);

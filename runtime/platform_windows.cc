@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // The operating system's services on Windows.
-#define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 
 #include "runtime/debugger.h"

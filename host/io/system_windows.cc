@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 // After windows.h, which they need.
 #include <fcntl.h>

@@ -49,8 +49,8 @@ enum imgErrorCode : int {
   imgErrorUnknownTermination
 };
 
-/// The codes of a `CMatErrorM`, 21760 (0x5500) to 21780 (0x5514) without a gap. Inner steps of the solvers return them as
-/// `int`, where 0 is success.
+/// The codes of a `CMatErrorM`, 21760 (0x5500) to 21780 (0x5514) without a gap. Inner steps of the solvers return them
+/// as `int`, where 0 is success.
 enum matErrorCode : int {
   matErrorDivisionByZero = 21760,   ///< division by zero
   matErrorZeroDimension,            ///< array (matrix) dimension is zero
@@ -81,9 +81,9 @@ class QUORVEL_API CImgErrorText {
   /// Code 0 and an empty text.
   CImgErrorText();
   /// An empty text.
-  explicit CImgErrorText(int code);
+  CImgErrorText(int code);
   /// Code 8888, `imgErrorTextOnly`. The text as for `init`.
-  explicit CImgErrorText(const char* text);
+  CImgErrorText(const char* text);
   /// The text as for `init`.
   CImgErrorText(int code, const char* text);
   /// Text, then "\nFilename: %s " with `fileName` unless that is null, then "\nSystem: %s " with the operating system's
@@ -112,7 +112,7 @@ class QUORVEL_API CImgErrorText {
 class QUORVEL_API CMatErrorM {
  public:
   /// `function` lives as long as the program, or is null; only the pointer is kept.
-  explicit CMatErrorM(int code, const char* function = nullptr);
+  CMatErrorM(int code, const char* function = nullptr);
 
   /// Describes the error. Each of the two buffers may be null; what they need is the caller's to guarantee:
   /// - `header`, of at least 40 bytes, gets "Mathematic Error %d" with the code;

@@ -19,10 +19,12 @@ extern "C" {
 /// of row `y`. A tile without samples is only tested. To copy a part of a raster, point `src` at its first sample.
 ///
 /// Returns 0, or with nothing written, the first of these that holds:
-/// -1 the tile begins left of the raster (x < 0); -2 above it (y < 0); -3 ends right of it (x + width > dstWidth);
-/// -4 ends below it (y + height > dstHeight). No processor is asked, so -3 has only this meaning here.
+/// -1 the tile begins left of the raster (x < 0); -2 above it (y < 0); -4 ends right of it (x + width > dstWidth);
+/// -5 ends below it (y + height > dstHeight). -3, the library's word for a processor without a suitable unit, is never
+/// given: every processor copies. A call that is not refused asks `isCommonEMMX`, whose answer is remembered from then
+/// on.
 ///
-/// While `ignoreError` is set, -3 is not tested and whole rows are copied, from the first row to the last. The caller
+/// While `ignoreError` is set, -4 is not tested and whole rows are copied, from the first row to the last. The caller
 /// then guarantees that the memory of `dst` reaches from its start to sample (y + height - 1) * dstPitch + x + width;
 /// what exceeds `dstPitch` lands at the start of the raster's next row. Source and destination must not overlap.
 QUORVEL_API int insertSubTileX(const std::uint8_t* src, unsigned srcPitch, unsigned width, unsigned height,

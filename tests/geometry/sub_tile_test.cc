@@ -9,6 +9,7 @@
 #include <quorvel/geometry.h>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/played_processor.h"
 
 namespace quorvel::test {
 namespace {
@@ -34,9 +35,9 @@ void proveInsertion(Routine insert) {
     if (negative) {
       status = static_cast<int>(x) < 0 ? -1 : -2;
     } else if (x + width > kWidth && !ignored) {
-      status = -3;
-    } else if (y + height > kHeight) {
       status = -4;
+    } else if (y + height > kHeight) {
+      status = -5;
     }
     for (unsigned i = 0; status == 0 && i < width * height; ++i) {
       expected[(y + i / width) * dstPitch + x + i % width] = samples[i / width * srcPitch + i % width];
@@ -56,8 +57,18 @@ TEST(InsertSubTile, CopiesInsideAndRefusesOutside) {
 
 TEST(InsertSubTile, SumsOfOffsetAndExtentDoNotWrap) {
   constexpr unsigned kMost = std::numeric_limits<unsigned>::max();
-  EXPECT_EQ(insertSubTileX(nullptr, 0, kMost, 1, nullptr, 0, kMost, kMost, 1, 0), -3);
-  EXPECT_EQ(insertSubTileX(nullptr, 0, 1, kMost, nullptr, 0, kMost, kMost, 0, 1), -4);
+  EXPECT_EQ(insertSubTileX(nullptr, 0, kMost, 1, nullptr, 0, kMost, kMost, 1, 0), -4);
+  EXPECT_EQ(insertSubTileX(nullptr, 0, 1, kMost, nullptr, 0, kMost, kMost, 0, 1), -5);
+}
+
+TEST(InsertSubTile, LeavesTheAnswerThatTheTransformsRead) {
+  const PlayedProcessor unasked;
+  const std::uint8_t src[1] = {};
+  std::uint8_t dst[1];
+  insertSubTileX(src, 1, 1, 1, dst, 1, 1, 1, 1, 0);
+  EXPECT_EQ(capabilityCells.commonEmmx, -1) << "it was refused";
+  insertSubTileX(src, 1, 1, 1, dst, 1, 1, 1, 0, 0);
+  EXPECT_NE(capabilityCells.commonEmmx, -1);
 }
 
 }  // namespace

@@ -131,17 +131,19 @@ TEST_F(Failures, NothingIsOverwrittenUnlessForced) {
   expectOneLine(quorvel("scene f.pgm --width 64 --height 64"), 1, "f.truth.ppm: exists already");
   EXPECT_FALSE(fs::exists(at("f.pgm")));
 
+#ifndef _WIN32  // where making a link takes special rights
   fs::create_symlink("there.ppm", at("link.ppm"));
   EXPECT_EQ(quorvel("develop good.pgm -o link.ppm --force").status, 0);
   EXPECT_TRUE(fs::is_symlink(at("link.ppm")));
   EXPECT_EQ(contents(at("there.ppm")).substr(0, 2), "P6");
+#endif
 
   expectOneLine(quorvel("develop good.pgm -o good.pgm --type ppm --force"), 1, "good.pgm: is the frame itself");
   expectOneLine(quorvel("develop good.pgm -o nowhere/out.ppm"), 1, "nowhere/out.ppm: its directory does not exist");
 }
 
+#ifndef _WIN32  // neither full devices nor signals
 TEST_F(Failures, FullDisksAreReported) {
-  if (!fs::exists("/dev/full")) GTEST_SKIP() << "this system has no /dev/full";
   for (const char* name : {"full.png", "full.tif", "full.ppm"}) {
     SCOPED_TRACE(name);
     if (!builds(std::string(name) == "full.png" ? "PNG" : "TIFF") && std::string(name) != "full.ppm") continue;
@@ -166,6 +168,7 @@ TEST_F(Failures, AnInterruptLeavesNothing) {
   EXPECT_EQ(run.status, 128 + 15);
   EXPECT_EQ(names(), before);
 }
+#endif
 
 TEST_F(Failures, OneBadFrameDoesNotStopTheOthers) {
   put("bad.pgm", "P5\n20 18\n4095\nabc");

@@ -11,11 +11,14 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <sys/wait.h>
-#include <unistd.h>
+#endif
 
 #include "host/io/formats.h"
+#include "host/io/system.h"
 #include "host/scene/scene.h"
 
 namespace quorvel::host::test {
@@ -36,10 +39,10 @@ inline std::string contents(const fs::path& file) {
 class InDirectory : public testing::Test {
  protected:
   InDirectory() {
-    std::string name = (fs::temp_directory_path() / "quorvel-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory for the test");
-    directory_ = name;
-    fs::create_directory(directory_ / "work");
+    static unsigned made = 0;
+    directory_ = fs::temp_directory_path() / fmt::format("quorvel-test-{}-{}", processId(), ++made);
+    fs::remove_all(directory_);
+    fs::create_directories(directory_ / "work");
   }
   ~InDirectory() override { fs::remove_all(directory_); }
 
@@ -48,21 +51,35 @@ class InDirectory : public testing::Test {
     std::ofstream(at(name), std::ios::binary) << bytes;
   }
 
+#ifdef _WIN32
+  // The program, run in the directory. Arguments are quoted as for the other systems' shells.
+  Outcome quorvel(std::string arguments) const {
+    static const fs::path program = fs::absolute(QUORVEL_PROGRAM).make_preferred();
+    std::replace(arguments.begin(), arguments.end(), '\'', '"');
+    const fs::path out = directory_ / "out", err = directory_ / "err";
+    const int status = std::system(fmt::format("cd /d \"{}\" && \"{}\" {} >\"{}\" 2>\"{}\"", at("").string(),
+                                               program.string(), arguments, out.string(), err.string())
+                                       .c_str());
+    const auto lines = [](std::string text) { return std::erase(text, '\r'), text; };
+    return {status, lines(contents(out)), lines(contents(err))};
+  }
+#else
   // A shell line in the directory, "$Q" being the program.
   Outcome shell(const std::string& line) const {
     const fs::path out = directory_ / "out", err = directory_ / "err";
-    const std::string whole = "cd '" + at("").string() + "' && Q='" QUORVEL_PROGRAM "' && { " + line + " ; } >'" +
-                              out.string() + "' 2>'" + err.string() + "'";
-    const int status = std::system(whole.c_str());
+    const int status = std::system(fmt::format("cd '{}' && Q='" QUORVEL_PROGRAM "' && {{ {} ; }} >'{}' 2>'{}'",
+                                               at("").string(), line, out.string(), err.string())
+                                       .c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contents(out), contents(err)};
   }
   Outcome quorvel(const std::string& arguments) const { return shell("\"$Q\" " + arguments); }
+#endif
 
   // Every name in the directory, hidden ones included.
   std::set<std::string> names() const {
     std::set<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(at(""))) {
-      names.insert(fs::relative(entry.path(), at("")).string());
+      names.insert(fs::relative(entry.path(), at("")).generic_string());
     }
     return names;
   }

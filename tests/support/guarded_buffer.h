@@ -11,10 +11,36 @@
 #include <span>
 #include <vector>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 namespace quorvel::test {
+
+// Address space that nothing may touch, and the opening of whole pages in it.
+#ifdef _WIN32
+inline std::size_t pageBytes() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return info.dwPageSize;
+}
+inline void* reserve(std::size_t bytes) { return VirtualAlloc(nullptr, bytes, MEM_RESERVE, PAGE_NOACCESS); }
+inline bool open(void* pages, std::size_t bytes) {
+  return VirtualAlloc(pages, bytes, MEM_COMMIT, PAGE_READWRITE) != nullptr;
+}
+inline void release(void* reserved, std::size_t) { VirtualFree(reserved, 0, MEM_RELEASE); }
+#else
+inline std::size_t pageBytes() { return static_cast<std::size_t>(sysconf(_SC_PAGESIZE)); }
+inline void* reserve(std::size_t bytes) {
+  void* reserved = mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return reserved == MAP_FAILED ? nullptr : reserved;
+}
+inline bool open(void* pages, std::size_t bytes) { return mprotect(pages, bytes, PROT_READ | PROT_WRITE) == 0; }
+inline void release(void* reserved, std::size_t bytes) { munmap(reserved, bytes); }
+#endif
 
 // Where the buffer touches the unmapped page. The other side is filled with a pattern that `surroundingsIntact` holds
 // against writes.
@@ -26,15 +52,14 @@ template <typename T>
 class GuardedBuffer {
  public:
   explicit GuardedBuffer(std::size_t size, Guard guard = Guard::AfterEnd) : size_(size) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t page = pageBytes();
     const std::size_t bytes = size * sizeof(T);
     room_ = (bytes + page - 1) / page * page + page;  // at least a page of pattern beside the payload
     mapped_ = room_ + 2 * page;
-    void* map = mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (map == MAP_FAILED) throw std::bad_alloc();
-    map_ = static_cast<std::byte*>(map);
+    map_ = static_cast<std::byte*>(reserve(mapped_));
+    if (map_ == nullptr) throw std::bad_alloc();
     begin_ = map_ + page;
-    if (mprotect(begin_, room_, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
+    if (!open(begin_, room_)) throw std::bad_alloc();
     std::memset(begin_, kPattern, room_);
     payload_ = guard == Guard::AfterEnd ? begin_ + room_ - bytes : begin_;
   }
@@ -44,7 +69,7 @@ class GuardedBuffer {
   }
   GuardedBuffer(const GuardedBuffer&) = delete;
   GuardedBuffer& operator=(const GuardedBuffer&) = delete;
-  ~GuardedBuffer() { munmap(map_, mapped_); }
+  ~GuardedBuffer() { release(map_, mapped_); }
 
   T* data() { return reinterpret_cast<T*>(payload_); }
   std::size_t size() const { return size_; }

@@ -39,8 +39,8 @@ std::vector<T> samples(std::size_t n, Pattern pattern, std::uint32_t seed = 1, T
         break;
       case Pattern::Extremes: {
         const int c = choice(engine);
-        const T near = static_cast<T>(c == 8 && range > 1 ? low + 1 : high - (range > 1));
-        out[i] = c < 4 ? low : c < 8 ? high : near;
+        const T inner = static_cast<T>(c == 8 && range > 1 ? low + 1 : high - (range > 1));
+        out[i] = c < 4 ? low : c < 8 ? high : inner;
         break;
       }
       case Pattern::Structured:
