@@ -12,5 +12,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # The compiler's runtime goes into every file, so that a host needs nothing beside quorvel.dll.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 # Nor are this machine's own libraries to be found by pkg-config.
 set(ENV{PKG_CONFIG_LIBDIR} "/usr/${QUORVEL_WINDOWS_TRIPLE}/lib/pkgconfig")

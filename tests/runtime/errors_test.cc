@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 #include <quorvel/errors.h>
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #include "runtime/error_texts.h"
 #include "runtime/messages.h"
@@ -67,7 +70,13 @@ TEST(ErrorTexts, AreThoseOfTheDocumentation) {
 }
 
 TEST(CImgErrorText, TakesOverCodesAndTexts) {
+#ifdef _WIN32
+  char words[200];  // each Windows has its own, for the number that ENOENT happens to share
+  FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, ENOENT, 0, words, sizeof words, nullptr);
+  const std::string notFound = std::string("\nSystem: ") + words + " ";
+#else
   const std::string notFound = std::string("\nSystem: ") + std::strerror(ENOENT) + " ";
+#endif
   const struct {
     CImgErrorText error;
     int code;

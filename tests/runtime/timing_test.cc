@@ -49,7 +49,7 @@ TEST(Timing, FileTimeCountsFrom1601) {
 TEST(Timing, ClockEstimateIsAProcessorsClock) {
   const int mhz = frequencyMHzByIncEAX();
   EXPECT_GT(mhz, 50);
-  EXPECT_LT(mhz, 20000);
+  EXPECT_LT(mhz, 7000) << "increments ran beside each other";
 }
 
 TEST(Timing, MemoryIsInKilobytes) {
