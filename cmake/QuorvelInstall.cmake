@@ -7,6 +7,9 @@ install(TARGETS quorvel EXPORT quorvelTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/quorvel" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(WIN32)  # for linkers that make their own import library
+  install(FILES "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/quorvel.def" DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
 if(TARGET quorvel-host)
   set_target_properties(quorvel-host PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS quorvel-host RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

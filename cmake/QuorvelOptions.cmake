@@ -37,3 +37,8 @@ endif()
 if(WIN32)  # keep windows.h from declaring what we do not use under names that we do
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX)
 endif()
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+  # The kernels keep vectors in structures, which vectors of unknown length cannot be members of: NEON serves there.
+  add_compile_definitions("HWY_DISABLED_TARGETS=(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128)")
+endif()

@@ -2,41 +2,26 @@
 // Gamma: look-ups through any table, the generator of gamma tables, and three channels at once.
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <new>
 
 #include "pixel/exact_power.h"
 #include "pixel/gamma_table.h"
+#include "pixel/look_up.h"
 #include "quorvel/pixel.h"
 
 namespace quorvel {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "look-ups assemble their words lowest entry first");
-
-// dst[i] = table[src[i]] for unsigned samples. Every entry costs one load on any processor; what can be saved is
-// stores, so bytes are assembled to 32-bit words in registers. Measured on a 4096 x 3072 frame of 12-bit samples: twice
-// as fast as storing byte by byte, while 16-bit entries gain nothing. 64-bit loads of the samples or 64-bit stores were
-// slower for their extra shifts. 32-bit gathers of 16 lanes gained 10 % where they are fast, and elsewhere they are
-// slower than the plain loop.
+// dst[i] = table[src[i]] for unsigned samples. Entries of 16 bits and samples of 8 gain nothing over the plain loop.
 template <typename Sample, typename Entry>
 void lookUp(const Sample* __restrict src, Entry* __restrict dst, const Entry* __restrict table, std::size_t n) {
-  std::size_t i = 0;
-  if constexpr (sizeof(Entry) == 1) {
-    constexpr std::size_t kWords = 2;
-    for (; i + 4 * kWords <= n; i += 4 * kWords) {
-      std::array<std::uint32_t, kWords> words;
-      for (std::size_t w = 0; w < kWords; ++w) {
-        words[w] = 0;
-        for (std::size_t e = 0; e < 4; ++e) words[w] |= std::uint32_t{table[src[i + 4 * w + e]]} << 8 * e;
-      }
-      std::memcpy(dst + i, words.data(), sizeof words);
-    }
+  if constexpr (sizeof(Sample) == 2 && sizeof(Entry) == 1) {
+    lookUpBytes(src, dst, table, n);
+  } else {
+    for (std::size_t i = 0; i < n; ++i) dst[i] = table[src[i]];
   }
-  for (; i < n; ++i) dst[i] = table[src[i]];
 }
 
 // The first n mod `group` samples are indices with a sign, the others without.

@@ -3,6 +3,8 @@
 #define QUORVEL_TYPED_BUFFERS_DEFINED_HERE
 #include "quorvel/typed_buffers.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -11,7 +13,10 @@
 template <typename T>
 T* TMemAlloc<T>::alloc(unsigned n) {
   static_assert(std::is_trivial_v<T>);
-  if (n == 0 || n > std::numeric_limits<std::uint32_t>::max() / sizeof(T)) return nullptr;
+  // More than an object may hold would be refused with an exception.
+  constexpr std::size_t kMost =
+      std::min<std::size_t>(std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::ptrdiff_t>::max());
+  if (n == 0 || n > kMost / sizeof(T)) return nullptr;
   return new (std::nothrow) T[n];
 }
 

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Installs the packages of scripts/packages.txt that this machine does not have yet.
+# setup.sh [windows|arm64]: installs the packages of scripts/packages.txt, and of that system's list, which this machine
+# does not have yet.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-wanted=$(sed -e 's/#.*//' -e '/^[[:space:]]*$/d' scripts/packages.txt)
+lists=(scripts/packages.txt)
+if [ $# -gt 0 ]; then lists+=("scripts/packages-$1.txt"); fi
+wanted=$(sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "${lists[@]}")
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
   echo "setup: not a Debian system; make sure that the equivalents of these are installed:" $wanted >&2

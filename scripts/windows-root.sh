@@ -24,8 +24,7 @@ if [ ! -e "$root/.complete" ]; then
     exit 1
   fi
   rm -rf "$root"/var/cache/apt/archives/*.deb "$root"/usr/share/doc
-  # The prefix is made once, here: the first start of Wine takes seconds, each later one half a second.
-  if ! ./wine.sh wineboot --init >"$log" 2>&1; then
+  if ! ./wine.sh cmd /c ver >"$log" 2>&1; then
     tail -n 20 "$log" >&2
     echo "windows-root: Wine does not start" >&2
     exit 1

@@ -193,9 +193,12 @@ void Objects::buildVillage(const Ground& ground, Random& random) {
     const Point ridge = gableToStreet ? beside : along;
     heading.c = ridge.x;
     heading.s = ridge.y;
-    const Colour tiles = kRoofs[random.below(kRoofs.size())] * random.between(0.85, 1.15);
+    // One draw a statement, here and below: within an expression each compiler has an order of its own.
+    const double weathering = random.between(0.85, 1.15);
+    const Colour tiles = kRoofs[random.below(kRoofs.size())] * weathering;
     add({ObjectKind::House, centre, halfLength, halfWidth, random.between(11, 15), heading, tiles, random.chance(0.4)});
-    const Point garden = centre + beside * random.between(24, 30) + along * random.between(-9, 9);
+    const double sideways = random.between(-9, 9), backwards = random.between(24, 30);
+    const Point garden = centre + beside * backwards + along * sideways;
     if (random.chance(0.22) && standsFree(garden, 8) && ground.toStreets(garden) > 10) {
       add({ObjectKind::Pool, garden, 8, 4.6, 0, heading, {}});
     }
@@ -251,7 +254,8 @@ void Objects::plantTrees(const Ground& ground, Random& random) {
     const double radius = random.between(low, high);
     const bool fir = random.chance(firs);
     const Colour leaf = fir ? Colour{0.036, 0.072, 0.032} : Colour{0.075, 0.135, 0.036};
-    const Colour tint = Colour{random.between(0.75, 1.35), 1, random.between(0.8, 1.2)} * random.between(0.75, 1.25);
+    const double brightness = random.between(0.75, 1.25);
+    const Colour tint = Colour{random.between(0.75, 1.35), 1, random.between(0.8, 1.2)} * brightness;
     if (ground.toMainRoad(p) < radius + 3 || ground.toStreets(p) < radius + 2 || ground.toRiver(p) < radius * 0.6 ||
         ground.toCircle(p) < radius + 2 || !standsFree(p, radius * 0.8 + 1)) {
       return;

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # check_exports.sh INCLUDE_DIR LIBRARY COMPILER
-# Holds the shared library's dynamic symbols against the headers: every function marked QUORVEL_API is exported under
-# its own name, every class so marked has its members exported, and nothing else is.
+# Holds the shared library's dynamic symbols, or the names in a DLL's definition file, against the headers: every
+# function marked QUORVEL_API is exported under its own name, every class so marked has its members exported, and nothing
+# else is.
 set -euo pipefail
 include=$1 library=$2 compiler=$3
 work=$(mktemp -d)
@@ -18,7 +19,10 @@ grep -oE 'QUORVEL_API [^(;{]*\(' "$work/declarations" | sed -E 's/.*[ *&]([A-Za-
 grep -oE '(class|struct) QUORVEL_API [A-Za-z_0-9]+' "$work/declarations" | awk '{print $3}' | sort -u >"$work/classes"
 [ "$(wc -l <"$work/functions")" -gt 20 ] || { echo "no list of functions could be read from $include"; exit 1; }
 
-nm -D --defined-only "$library" | awk '{print $3}' | sed 's/@.*//' | sort -u >"$work/symbols"
+case $library in
+  *.def) awk '/@[0-9]/ {print $1}' "$library" ;;
+  *) nm -D --defined-only "$library" | awk '{print $3}' | sed 's/@.*//' ;;
+esac | sort -u >"$work/symbols"
 grep -v '^_Z' "$work/symbols" >"$work/plain" || true
 grep '^_Z' "$work/symbols" >"$work/mangled" || true
 

@@ -6,6 +6,7 @@
 
 #include "pixel/exact_power.h"
 #include "pixel/gamma_table.h"
+#include "pixel/look_up.h"
 #include "pixel/product_table.h"
 #include "tests/support/prove.h"
 #include "tests/support/reference/gamma.h"
@@ -47,6 +48,27 @@ TEST(Gamma, LooksUpEverySampleOnce) {
     }
     EXPECT_TRUE(holds(out8, expected8) && holds(out16to8, expected16to8) && holds(out16, expected16)) << n;
   }
+}
+
+// Which way is taken is a matter of time, so each is proved by itself: tables begin and end anywhere.
+TEST(Gamma, BothWaysOfLookingUpGiveTheEntry) {
+  onEveryTarget([] {
+    for (const auto lookUp : {lookUpBytesByWords, lookUpBytesByGathers}) {
+      for (const unsigned size : {4093u, 4094u, 4095u, 4096u, 65536u}) {
+        GuardedBuffer<std::uint8_t> table(samples<std::uint8_t>(size, Pattern::Random));
+        for (const unsigned n : rowLengths()) {
+          GuardedBuffer<std::uint16_t> in(
+              samples<std::uint16_t>(n, Pattern::Random, n, 0, static_cast<std::uint16_t>(size - 1)));
+          if (n > 0) in.data()[n / 2] = static_cast<std::uint16_t>(n % 2 == 0 ? size - 1 : 0);
+          GuardedBuffer<std::uint8_t> out(n);
+          Bytes expected(n);
+          for (unsigned i = 0; i < n; ++i) expected[i] = table.data()[in.data()[i]];
+          lookUp(in.data(), out.data(), table.data(), n);
+          ASSERT_TRUE(holds(out, expected)) << n << " of " << size;
+        }
+      }
+    }
+  });
 }
 
 // The leading samples that fill no group of three, or of four, are indices with a sign: they reach before the table.

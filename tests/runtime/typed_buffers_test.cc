@@ -90,6 +90,9 @@ TYPED_TEST(TypedBuffer, AllocationFailureLeavesNullAndTheCounts) {
   EXPECT_EQ(TMemAlloc<TypeParam>().alloc(0), nullptr);
   const unsigned tooMany = 0xFFFFFFFFu / sizeof(TypeParam) + 1;
   EXPECT_EQ(TMemAlloc<TypeParam>().alloc(tooMany), nullptr);
+  if (sizeof(void*) == 4) {  // where half of all addresses are more than an object may hold
+    EXPECT_EQ(TMemAlloc<TypeParam>().alloc(0x80000000u / sizeof(TypeParam)), nullptr);
+  }
   TPtrAlloc<TypeParam> b;
   EXPECT_EQ(b.alloc(tooMany), nullptr);
   EXPECT_EQ(b.total(), tooMany);
