@@ -179,6 +179,14 @@ void addImages(Routines& routines, unsigned width, unsigned height) {
   CALL(laplasian2T1_green2, width, width + 4);
   for (const int edges : {0, 1, 2, 3}) CALL(laplasian2T1_NOTgreen, width, edges & 1, edges >> 1);
   CALL(copy9_1_9x, width / 8, 9 * stride, 2);
+  CALL(compressBayer_x2, width, height);
+  CALL(compressBayer_x2Step, width, height);
+  CALL(compressBayer_x4Step, width, height);
+  CALL(compressBayer_x8, width, height);
+  CALL(bayerReweightFor_x2, width, height);
+  CALL(bayerReweightFor_x4, width, height);
+  CALL(bayerReweightFor_x4_from_x2, stride, width, height);
+  CALL(rgbToBayer_x4, width, height, width / 4 + 3);
 }
 
 void addWords(Routines& routines) {
