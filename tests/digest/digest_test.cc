@@ -26,7 +26,7 @@ namespace quorvel::test {
 namespace {
 
 // A change here means that results have changed, or that a routine has come: say which in the message of the commit.
-constexpr std::uint64_t kDigestOfAllRoutines = 0x96f6f7efeea828ed;
+constexpr std::uint64_t kDigestOfAllRoutines = 0x2d8123f1c696e496;
 
 // FNV-1a, bytes in the order in which little-endian memory has them.
 class Digest {
