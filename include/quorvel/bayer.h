@@ -129,6 +129,97 @@ QUORVEL_API int rgbToBayer_x4(const std::uint16_t* r, const std::uint16_t* g, co
                               std::uint16_t* dst, unsigned width, unsigned height, unsigned pitch);
 
 /// @}
+/// @name Calibration
+/// @{
+
+/// Mean black level of each sample phase over the `width` x `height` samples from column `x0` of row `y0` on. Samples
+/// have a sign; `x0` and `y0` may be odd, since a phase is that of the frame. Means are rounded to nearest, halves away
+/// from zero. A rectangle holds at least 2 x 2 samples: a phase without any gives 0. `size` is not used.
+QUORVEL_API void calcBayerBlack(const std::int16_t* samples, unsigned pitch, unsigned size, unsigned x0, unsigned y0,
+                                unsigned width, unsigned height, BayerBlack* black);
+
+/// Weights that undo a vertical smear of `smear` samples: `a` is the fraction of light that a sample spreads to each of
+/// its two neighbours of the same colour, above and below; b = 1 / (1 - 2a) and c = -ab weigh the sample and its
+/// neighbours in `correctBayerFocus`, and b + 2c = 1. Smears s up to 1 give a = 0, b = 1, c = 0; up to 2, s^2/12 - s/8
+/// + 1/24 for a; up to 3, s^2/60 + s/8 - 0.19166666666666668; up to 3.5, (s - 2)/s.
+///
+/// Returns 0; 1 for a smear above 3.5 or one that is no number, with a = 0, and b and c left as they are.
+QUORVEL_API int calcBayerFocusForSmear(double smear, double* a, double* b, double* c);
+
+/// Corrects the smear of one row of `count` samples: sample * b + (sample two rows above + sample two rows below) * c.
+/// `src` points at the row itself, and the rows two above and below it, `pitch` samples a row, can be read; `dst` may
+/// be `src`.
+///
+/// The weights are taken in 1/65536, truncated (beyond 32 bits the nearest 32-bit integer, NaN as 0), and the sum is of
+/// 32 bits, which wrap: 12-bit samples with the weights of any smear stay far inside. The result is v = sum >> 16,
+/// limited to 0..4095 by bit 12 of v alone: where it is set, a negative v gives 0 and any other 4095; where it is
+/// clear, the low 16 bits of v are stored as they are. So v from -4096 to 8191 is clipped rightly, -8192 to -4097 and
+/// 8192 to 12287 for instance are not clipped at all. Returns 0.
+QUORVEL_API int correctBayerFocus(const std::uint16_t* src, std::uint16_t* dst, unsigned pitch, unsigned count,
+                                  double b, double c);
+
+/// How sharp a frame is within columns x0..x1-1 of rows y0..y1-1: 10 (D / S)^2. The rectangle is widened to whole cells
+/// of 2 x 2 samples, as far as the frame's `width` has whole cells; the rows y0 rounded down to even to y1 rounded up
+/// to even can be read. S is the sum of its green samples; D is the sum of the absolute differences of every two green
+/// samples that are diagonal neighbours and both inside it, each pair counted once. Both are exact below 2^53.
+///
+/// Returns 0; -1 for an empty rectangle, or one without a whole cell in the frame; -2 where S is 0. The result is then
+/// 0.
+QUORVEL_API int calcBayerFocusCoef(const std::uint16_t* source, unsigned width, unsigned pitch, unsigned x0,
+                                   unsigned y0, unsigned x1, unsigned y1, double* result);
+
+/// @}
+/// @name Histograms
+/// A histogram has a counter of 32 bits for each of the 65536 values of a sample. Counters are added to, and wrap.
+/// @{
+
+/// Counts the samples of a frame by colour, both greens into one histogram. Rows are taken in pairs: the last one of an
+/// odd height is not counted. Returns 0; -1, with nothing counted, where the width is odd or `samples` is not aligned
+/// to a sample.
+QUORVEL_API int calcBayerHistogramm16_32(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                         std::uint32_t* r, std::uint32_t* g, std::uint32_t* b);
+
+/// Counts the samples of one row, those at even places into one histogram and those at odd places into another, which
+/// may be the same. Returns 0; -1, with nothing counted, where `count` is odd or `row` is not aligned to a sample.
+QUORVEL_API int calcBayerGRHistogramm16_32(const std::uint16_t* row, unsigned count, std::uint32_t* even,
+                                           std::uint32_t* odd);
+/// The same for every (`skip` + 1)-th pair of neighbours alone, the row's first pair included: a skip of 0 counts all.
+QUORVEL_API int calcBayerGRHistogrammSkip16_32(const std::uint16_t* row, unsigned count, std::uint32_t* even,
+                                               std::uint32_t* odd, unsigned skip);
+
+/// @}
+/// @name Re-mosaicing
+/// @{
+
+/// Makes a frame of three planes, whose rows of `width` samples follow each other without a gap: each site takes the
+/// sample of its own colour, and nothing is interpolated. Rows of the frame are `pitch` samples apart. Any size works.
+/// Returns 0.
+QUORVEL_API int rgbToBayer(const std::uint16_t* r, const std::uint16_t* g, const std::uint16_t* b, std::uint16_t* dst,
+                           unsigned width, unsigned height, unsigned pitch);
+
+/// Turns a part of a frame by 180 degrees, in place; rows of the frame follow each other without a gap. The part is
+/// that of whole cells: columns from x0, rounded up to even, to x1 rounded down to even and 1 more, both included;
+/// where the even value is the width, to the last column. Rows likewise. Each green comes to a green site, but red
+/// comes to blue sites and blue to red ones.
+///
+/// Returns 0, also where the part is empty; -1, with nothing written, where it reaches beyond the frame, as it does at
+/// the last column of an odd width. No memory is allocated.
+QUORVEL_API int turnBayer180(std::uint16_t* samples, unsigned width, unsigned height, unsigned x0, unsigned y0,
+                             unsigned x1, unsigned y1);
+
+/// Converts three planes of `width` x `height` samples 0..4095, fewer than 2^32 each and without a gap between rows, to
+/// bytes, each by the table of `CGammaTblB_DLL` for the given gamma from its colour's lowest level to the highest one,
+/// to 0..255. The levels are those of the Bayer frame, of the same size, that the planes were made from: the lowest is
+/// always the colour's own, the highest is its own where `sameScale` is not 0 and else that of all three. The highest
+/// of all is stored in `maximum`. A colour that the frame has no sample of counts as 0 throughout.
+///
+/// The table is the process's own, made on first use: not for two threads at once.
+QUORVEL_API void convertBayerGammaTo8(int sameScale, double gamma, const std::uint16_t* samples, unsigned pitch,
+                                      const std::uint16_t* r, const std::uint16_t* g, const std::uint16_t* b,
+                                      unsigned width, unsigned height, std::uint8_t* outR, std::uint8_t* outG,
+                                      std::uint8_t* outB, int* maximum);
+
+/// @}
 }  // extern "C"
 
 #endif  // QUORVEL_BAYER_H_

@@ -48,6 +48,12 @@ struct RGB_to_Gray {
   std::int16_t red[4], green[4], blue[4];
 };
 
+/// The mean black level of the four sample phases of a Bayer frame: phase (column & 1) + 2 * (row & 1), so green of the
+/// G/R rows, red, blue, green of the B/G rows. Filled by `calcBayerBlack`.
+struct BayerBlack {
+  int level[4];
+};
+
 /// A cell of a colour table: gain and offset of each channel.
 struct KxB {
   std::int16_t k[4], b[4];
