@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <stdexcept>
 
 #include <quorvel/quorvel.h>
 
@@ -58,8 +59,8 @@ std::optional<RawFrame> turned(const RawFrame& frame) {
   const unsigned width = frame.width & ~1u, height = frame.height & ~1u;
   if (width < 4 || height < 4) return std::nullopt;
   std::vector<std::uint16_t> samples = frame.samples;
-  if (turnBayer180(samples.data(), frame.width, frame.height, 0, 0, frame.width, frame.height) != 0) {
-    throw std::bad_alloc();
+  if (turnBayer180(samples.data(), frame.width, frame.height, 0, 0, width - 1, height - 1) != 0) {
+    throw std::logic_error("the library refused to turn a frame");
   }
   // What was last is first now: the pattern begins as it did one row and one column further in.
   RawFrame result = frame;

@@ -114,8 +114,8 @@ TEST_F(Measure, FocusIsHighWhereThereIsDetail) {
   ASSERT_EQ(grid.columns, 4u);
   ASSERT_EQ(grid.rows, 2u);
   for (unsigned i = 0; i < 8; ++i) {
-    if (i % 4 < 2) EXPECT_EQ(grid.fields[i], 0) << i;
-    if (i % 4 > 1) EXPECT_GT(grid.fields[i], 0.5) << i;
+    EXPECT_EQ(grid.fields[i] > 0.5, i % 4 > 1) << i << ": " << grid.fields[i];
+    EXPECT_EQ(grid.fields[i] == 0, i % 4 < 2) << i;
   }
   EXPECT_EQ(focusGrid(frame, {"", 3, 3, 2, 2}, 256).fields.size(), 1u);
 }
