@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: Apache-2.0
+// Bayer cells to luminance and colour differences: two luminances a cell, one for each green, and one Cb and Cr, which
+// look at the first green alone. One walk over the cells serves every variant; a variant is a rule from a cell to its
+// four values.
+//
+// The integer rules are exact for all 16-bit samples, not only the 12-bit ones that the clamps are made for, and do not
+// need 64-bit lanes for it: the narrow scales fit sums of 32 bits (the luminance's as an unsigned one), the wide ones
+// are summed in two parts of their coefficients.
+#include <type_traits>
+
+#include "bayer/luma_chroma.h"
+#include "quorvel/bayer.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "bayer/planes_forward.cc"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "bayer/luma_chroma-inl.h"
+
+#ifndef QUORVEL_BAYER_PLANES_FORWARD_SCALES_
+#define QUORVEL_BAYER_PLANES_FORWARD_SCALES_
+namespace quorvel {
+
+using RawCells = CellFrame<const std::uint16_t>;
+
+// What R, G and B weigh in a plane.
+struct Weights {
+  std::int32_t r, g, b;
+};
+struct WeightTable {
+  Weights y, cb, cr;
+};
+
+// A scale: the type of the planes, the fraction bits of the weights, how many of them a result drops, whether it is
+// rounded, and whether sums need more than 32 bits.
+template <typename T, int kWeightBits, int kDroppedBits, bool kRounds, bool kWide>
+struct Scale {
+  using Plane = T;
+  static constexpr int kDropped = kDroppedBits, kUnit = 1 << (kWeightBits - kDroppedBits);
+  static constexpr bool kRounded = kRounds, kIsWide = kWide;
+};
+using Scale16 = Scale<std::int16_t, 16, 16, true, false>;
+using Scale17 = Scale<std::int16_t, 17, 17, true, true>;
+using Scale12_4 = Scale<std::int16_t, 14, 10, true, false>;
+using Scale12_6 = Scale<std::int32_t, 24, 18, false, true>;
+
+constexpr WeightTable kWeights16 = {{19595, 38470, 7471}, {-11056, -21712, 32768}, {32768, -27440, -5328}};
+constexpr WeightTable kWeights12_4 = {{4899, 9617, 1868}, {-2764, -5428, 8192}, {8192, -6860, -1332}};
+// The luminance weights sum to 2^24 + 1, which no grey of 16 bits shows.
+constexpr WeightTable kWeights12_6 = {
+    {5016388, 9848226, 1912603}, {-2830316, -5558292, 8388608}, {8388608, -7024620, -1363988}};
+
+}  // namespace quorvel
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace quorvel {
+namespace HWY_NAMESPACE {
+
+template <class Rule, typename T>
+HWY_INLINE void cellsToPlanes(const RawCells& in, const CellPlanes<T>& out, const Rule& rule, bool apart = true) {
+  const std::array<Source, 2> sources = {reads<2>(in.greenRed(0), 2 * in.pitch),
+                                         reads<2>(in.blueGreen(0), 2 * in.pitch)};
+  writeCellRows<std::int32_t, 1>(
+      in.rows, in.columns, out, apart, sources, [&](auto d, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
+        const auto top = loadPairs(d, in.greenRed(row) + 2 * i), bottom = loadPairs(d, in.blueGreen(row) + 2 * i);
+        const auto values = rule(d, Cell<hn::Vec<decltype(d)>>{top.first, top.second, bottom.first, bottom.second});
+        const hn::Rebind<T, decltype(d)> plane;
+        const auto store = [=](auto v, T* place) HWY_ATTR {
+          if constexpr (sizeof(T) == 2) {
+            hn::StoreU(hn::DemoteTo(plane, v), plane, place);
+          } else {
+            hn::StoreU(v, plane, place);
+          }
+        };
+        // The first luminance last of both: where they meet, it stays.
+        store(values.y2, to[1]);
+        store(values.y1, to[0]);
+        store(values.cb, to[2]);
+        store(values.cr, to[3]);
+      });
+}
+
+template <class S, bool kGreenDifference = false>
+class WeightedRule {
+ public:
+  WeightedRule(const WeightTable& weights, int offset)
+      : weights_(weights),
+        whole_(-limitedOffset(offset) * S::kUnit),
+        range_(planeRange<typename S::Plane>(offset, S::kUnit)) {}
+
+  template <class D, class V>
+  HWY_INLINE PlaneValues<V> operator()(D d, const Cell<V>& cell) const {
+    const V shift = hn::Set(d, whole_), none = hn::Zero(d);
+    const auto luminance = [&](V green) HWY_ATTR { return value<true>(d, weights_.y, cell, green, shift); };
+    V second;
+    if constexpr (kGreenDifference) {
+      second = hn::Mul(hn::Sub(cell.g2, cell.g1), hn::Set(d, S::kUnit / 2));
+    } else {
+      second = luminance(cell.g2);
+    }
+    return {clampedTo(luminance(cell.g1), range_), clampedTo(second, range_),
+            clampedTo(value<false>(d, weights_.cb, cell, cell.g1, none), range_),
+            clampedTo(value<false>(d, weights_.cr, cell, cell.g1, none), range_)};
+  }
+
+ private:
+  // The low bits of a wide scale's weights, which are summed apart.
+  static constexpr int kLowBits = 12;
+
+  template <class D, class V>
+  static HWY_INLINE V sumOf(D d, const Weights& w, const Cell<V>& cell, V green) {
+    return hn::Add(hn::Add(hn::Mul(cell.r, hn::Set(d, w.r)), hn::Mul(green, hn::Set(d, w.g))),
+                   hn::Mul(cell.b, hn::Set(d, w.b)));
+  }
+
+  template <bool kLuminance, class D, class V>
+  static HWY_INLINE V value(D d, const Weights& w, const Cell<V>& cell, V green, V whole) {
+    if constexpr (!S::kIsWide) {
+      const V sum = sumOf(d, w, cell, green);
+      // A luminance of 16-bit samples reaches 2^32 - 2^16; a colour difference stays within 2^31 either way.
+      using Sum = std::conditional_t<kLuminance, std::uint32_t, std::int32_t>;
+      return roundedShift<S::kDropped>(hn::BitCast(hn::Rebind<Sum, D>(), sum), whole);
+    } else {
+      constexpr int kMask = (1 << kLowBits) - 1;
+      const V low = sumOf(d, {w.r & kMask, w.g & kMask, w.b & kMask}, cell, green);
+      const V high = sumOf(d, {w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits}, cell, green);
+      const V sum = hn::Add(high, hn::ShiftRight<kLowBits>(low));
+      if constexpr (S::kRounded) {
+        // One bit more that is set where anything was dropped keeps halves apart from what lies just above them.
+        const V dropped = hn::And(low, hn::Set(d, kMask));
+        const V sticky = hn::VecFromMask(d, hn::Ne(dropped, hn::Zero(d)));
+        return roundedShift<S::kDropped - kLowBits + 1>(hn::Sub(hn::Add(sum, sum), sticky), whole);
+      } else {
+        return hn::Add(hn::ShiftRight<S::kDropped - kLowBits>(sum), whole);
+      }
+    }
+  }
+
+  WeightTable weights_;
+  std::int32_t whole_;
+  Range range_;
+};
+
+// Additions and shifts alone, and so reversible.
+class ReversibleRule {
+ public:
+  explicit ReversibleRule(int offset) : offset_(limitedOffset(offset)), range_(planeRange<std::int16_t>(offset, 1)) {}
+
+  template <class D, class V>
+  HWY_INLINE PlaneValues<V> operator()(D d, const Cell<V>& cell) const {
+    const V colours = hn::Add(cell.r, cell.b), greens = hn::Add(cell.g1, cell.g2), mean = hn::ShiftRight<1>(greens);
+    const auto luminance = [&](V green) HWY_ATTR {  // 3 of this green less 1 of the other
+      const V sum = hn::Add(hn::Sub(hn::ShiftLeft<2>(green), greens), colours);
+      return clampedTo(hn::Sub(hn::ShiftRight<2>(sum), hn::Set(d, offset_)), range_);
+    };
+    return {luminance(cell.g1), luminance(cell.g2), clampedTo(hn::Sub(cell.b, mean), range_),
+            clampedTo(hn::Sub(cell.r, mean), range_)};
+  }
+
+ private:
+  std::int32_t offset_;
+  Range range_;
+};
+
+// Each operation rounds to float, from left to right.
+struct FloatRule {
+  float offset;
+
+  template <class D, class V>
+  HWY_INLINE auto operator()(D, const Cell<V>& cell) const {
+    const hn::Rebind<float, D> df;
+    const auto g1 = hn::ConvertTo(df, cell.g1), r = hn::ConvertTo(df, cell.r), b = hn::ConvertTo(df, cell.b);
+    const auto times = [=](float k, auto v) HWY_ATTR { return hn::Mul(hn::Set(df, k), v); };
+    return PlaneValues<hn::Vec<decltype(df)>>{luminanceOf(df, r, g1, b, offset),
+                                              times(0.5f, hn::ConvertTo(df, hn::Sub(cell.g2, cell.g1))),
+                                              hn::Add(hn::Sub(times(-0.1687f, r), times(0.3313f, g1)), times(0.5f, b)),
+                                              hn::Sub(hn::Sub(times(0.5f, r), times(0.4187f, g1)), times(0.0813f, b))};
+  }
+};
+
+void cellsToPlanes16(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+  cellsToPlanes(in, out, WeightedRule<Scale16>(kWeights16, offset));
+}
+
+void cellsToPlanes17(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset, const WeightTable& weights) {
+  cellsToPlanes(in, out, WeightedRule<Scale17>(weights, offset));
+}
+
+void cellsToPlanes12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+  cellsToPlanes(in, out, WeightedRule<Scale12_4>(kWeights12_4, offset));
+}
+
+void cellsToDifference12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+  cellsToPlanes(in, out, WeightedRule<Scale12_4, true>(kWeights12_4, offset));
+}
+
+void cellsToPlanes12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
+  cellsToPlanes(in, out, WeightedRule<Scale12_6>(kWeights12_6, offset));
+}
+
+void cellsToDifference12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
+  cellsToPlanes(in, out, WeightedRule<Scale12_6, true>(kWeights12_6, offset));
+}
+
+void cellsToReversible(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset, bool apart) {
+  cellsToPlanes(in, out, ReversibleRule(offset), apart);
+}
+
+void cellsToFloat(const RawCells& in, const CellPlanes<float>& out, float offset) {
+  cellsToPlanes(in, out, FloatRule{offset});
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace quorvel
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace quorvel {
+namespace {
+
+HWY_EXPORT(cellsToPlanes16);
+HWY_EXPORT(cellsToPlanes17);
+HWY_EXPORT(cellsToPlanes12_4);
+HWY_EXPORT(cellsToDifference12_4);
+HWY_EXPORT(cellsToPlanes12_6);
+HWY_EXPORT(cellsToDifference12_6);
+HWY_EXPORT(cellsToReversible);
+HWY_EXPORT(cellsToFloat);
+
+// Writable: hosts change it through the pointer that they are given.
+std::int32_t weights17[9] = {39191, 76939, 14942, -22112, -43424, 65536, 65536, -54880, -10656};
+
+RawCells cellsOf(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height) {
+  return {samples, pitch, width / 2, height / 2};
+}
+
+}  // namespace
+}  // namespace quorvel
+
+using namespace quorvel;
+
+int BayerRGBToYCbCrPlanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                      std::int16_t* y, std::int16_t* cb, std::int16_t* cr, int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToPlanes16)
+  (cellsOf(samples, pitch, width, height), pairedPlanes(y, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYCbCrPlanesApprox16slowCorrect(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                             unsigned height, std::int16_t* y, std::int16_t* cb, std::int16_t* cr,
+                                             int offset) {
+  return BayerRGBToYCbCrPlanesApprox16slow(samples, pitch, width, height, y, cb, cr, offset);
+}
+
+int BayerRGBToYCbCrPlanesApprox18slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                      std::int16_t* y, std::int16_t* cb, std::int16_t* cr, int offset) {
+  const auto row = [](int first) { return Weights{weights17[first], weights17[first + 1], weights17[first + 2]}; };
+  HWY_DYNAMIC_DISPATCH(cellsToPlanes17)
+  (cellsOf(samples, pitch, width, height), pairedPlanes(y, cb, cr, width / 2), offset,
+   WeightTable{row(0), row(3), row(6)});
+  return 0;
+}
+
+int BayerRGBToYUVplanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                    std::int16_t* y, std::int16_t* u, std::int16_t* v, int offset) {
+  // The columns run to the pitch while the planes keep the width. A pitch above the width writes each row's surplus
+  // over what follows it, which the next row writes again.
+  HWY_DYNAMIC_DISPATCH(cellsToReversible)
+  (cellsOf(samples, pitch, pitch, height), pairedPlanes(y, u, v, width / 2), offset, pitch / 2 <= width / 2);
+  return 0;
+}
+
+int BayerRGBToYYCbCrPlanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                       std::int16_t* y1, std::int16_t* y2, std::int16_t* cb, std::int16_t* cr,
+                                       int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToPlanes16)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y1, y2, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYYCbCrPlanes12_4slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                   std::int16_t* y1, std::int16_t* y2, std::int16_t* cb, std::int16_t* cr, int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToPlanes12_4)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y1, y2, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYYCbCrPlanes12_6slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                   std::int32_t* y1, std::int32_t* y2, std::int32_t* cb, std::int32_t* cr, int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToPlanes12_6)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y1, y2, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYdYCbCrPlanes12_4slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                    std::int16_t* y, std::int16_t* yd, std::int16_t* cb, std::int16_t* cr, int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToDifference12_4)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y, yd, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYdYCbCrPlanes12_6slow(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height,
+                                    std::int32_t* y, std::int32_t* yd, std::int32_t* cb, std::int32_t* cr, int offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToDifference12_6)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y, yd, cb, cr, width / 2), offset);
+  return 0;
+}
+
+int BayerRGBToYdYCbCrPlanesFlt(const std::uint16_t* samples, unsigned pitch, unsigned width, unsigned height, float* y,
+                               float* yd, float* cb, float* cr, float offset) {
+  HWY_DYNAMIC_DISPATCH(cellsToFloat)
+  (cellsOf(samples, pitch, width, height), separatePlanes(y, yd, cb, cr, width / 2), offset);
+  return 0;
+}
+
+std::int32_t* getRGBtoYCbCr_coefI16() { return weights17; }
+
+#endif
