@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 
 namespace quorvel {
@@ -46,7 +47,7 @@ CellPlanes<T> pairedPlanes(T* y, T* cb, T* cr, std::size_t columns) {
   return {{y, y + columns, cb, cr}, {2 * columns, 2 * columns, columns, columns}};
 }
 
-// Offsets beyond these shift by no more. Nothing within 2^24 is touched, and no sum with an offset leaves 32 bits.
+// An offset beyond these counts as this one, so that no sum with an offset leaves 32 bits in any unit.
 constexpr int kLargestOffset = (1 << 25) - (1 << 17);
 constexpr int limitedOffset(int offset) { return std::clamp(offset, -kLargestOffset, kLargestOffset); }
 
@@ -58,16 +59,13 @@ struct Range {
 // [-|offset|, |offset| - 1] in steps of 1 / `unit`, as far as T goes: a plane's value saturates, it never wraps.
 template <typename T>
 Range planeRange(int offset, int unit) {
-  const std::int64_t size = unit * (offset < 0 ? -std::int64_t{offset} : std::int64_t{offset});
-  return {static_cast<std::int32_t>(std::max<std::int64_t>(-size, std::numeric_limits<T>::min())),
-          static_cast<std::int32_t>(std::min<std::int64_t>(size - 1, std::numeric_limits<T>::max()))};
+  constexpr std::int32_t kLow = std::numeric_limits<T>::min(), kHigh = std::numeric_limits<T>::max();
+  const std::int32_t size = unit * std::abs(limitedOffset(offset));
+  return {std::max(-size, kLow), std::min(size - 1, kHigh)};
 }
 
 // [0, 2 |offset| - 1], as far as samples go.
-inline Range sampleRange(int offset) {
-  const std::int64_t size = offset < 0 ? -std::int64_t{offset} : std::int64_t{offset};
-  return {0, static_cast<std::int32_t>(std::min<std::int64_t>(2 * size - 1, 65535))};
-}
+inline Range sampleRange(int offset) { return {0, std::min(2 * std::abs(limitedOffset(offset)) - 1, 65535)}; }
 
 // The largest sample that a float bound leaves, within [0, most]. No number leaves 0.
 inline float largestSample(float bound, float most) { return bound > 0 ? std::trunc(std::min(bound, most)) : 0; }

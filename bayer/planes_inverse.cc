@@ -114,7 +114,11 @@ class ReversibleRule {
 
   template <class D, class V>
   HWY_INLINE Cell<V> operator()(D d, const PlaneValues<V>& in) const {
-    const V shift = hn::Sub(hn::ShiftRight<2>(hn::Add(in.cb, in.cr)), hn::Set(d, offset_));
+    // The mean of the greens, which both differences were taken from, had dropped a half where the greens are of
+    // unlike parity, as the luminances then are. Without that bit one cell in eight would come back a step darker.
+    const V dropped = hn::And(hn::Xor(in.y1, in.y2), hn::Set(d, 1));
+    const V colours = hn::Sub(hn::Add(in.cb, in.cr), dropped);
+    const V shift = hn::Sub(hn::ShiftRight<2>(colours), hn::Set(d, offset_));
     const V g1 = clampedTo(hn::Sub(in.y1, shift), range_), g2 = clampedTo(hn::Sub(in.y2, shift), range_);
     const V mean = hn::ShiftRight<1>(hn::Add(g1, g2));
     return {g1, clampedTo(hn::Add(in.cr, mean), range_), clampedTo(hn::Add(in.cb, mean), range_), g2};

@@ -83,7 +83,7 @@ QUORVEL_API void prepareBayerSurface();
 /// `offset` is the level shift of the luminance, 2048 for 12-bit samples: it is subtracted from the luminance, and all
 /// integer results are clamped to [-offset, offset - 1], in their unit. Integer results are exact for any 16-bit
 /// samples, and saturate where the range exceeds their type. A negative offset is subtracted as it is, and its range is
-/// that of its magnitude; with offset 0 every integer result is 0.
+/// that of its magnitude; with offset 0 every integer result is 0. An integer offset beyond +-33423360 counts as that.
 /// @{
 
 /// Planes of whole steps, from weights of 16 fraction bits; rounded to nearest, halves away from zero.
@@ -173,7 +173,9 @@ QUORVEL_API int YdYCbCrPlanesToBayerRGBfrom12_4slow(const std::int16_t* y, const
 QUORVEL_API int YdYCbCrPlanesToBayerRGBFlt(const float* y, const float* yd, const float* cb, const float* cr,
                                            float offset, unsigned columns, unsigned rows, std::uint16_t* out,
                                            unsigned pitch);
-/// Undoes `BayerRGBToYUVplanesApprox16slow`; the offset is added as it is.
+/// Undoes `BayerRGBToYUVplanesApprox16slow`, the offset added as it is: with t = ((U + V - h) >> 2) - offset, where h
+/// is 1 where y1 - y2 is odd and 0 elsewhere, the greens are y1 - t and y2 - t, clamped, and m = (G1 + G2) >> 1 of
+/// these is added to V for R and to U for B.
 QUORVEL_API int YUVplanesToBayerRGBApprox16slow(const std::int16_t* y, const std::int16_t* u, const std::int16_t* v,
                                                 int offset, unsigned columns, unsigned rows, std::uint16_t* out,
                                                 unsigned pitch);
