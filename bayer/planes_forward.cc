@@ -4,8 +4,9 @@
 // four values.
 //
 // The integer rules are exact for all 16-bit samples, not only the 12-bit ones that the clamps are made for, and do not
-// need 64-bit lanes for it: the narrow scales fit sums of 32 bits (the luminance's as an unsigned one), the wide ones
-// are summed in two parts of their coefficients.
+// need 64-bit lanes for it. Samples are taken as signed, less 2^15, so that pairs of them are multiplied and added in
+// one step; sums of the narrow scales then fit 32 bits, and the wide ones are summed in two parts of their weights.
+#include <limits>
 #include <type_traits>
 
 #include "bayer/luma_chroma.h"
@@ -32,18 +33,44 @@ struct WeightTable {
   Weights y, cb, cr;
 };
 
-// A scale: the type of the planes, the fraction bits of the weights, how many of them a result drops, whether it is
-// rounded, and whether sums need more than 32 bits.
-template <typename T, int kWeightBits, int kDroppedBits, bool kRounds, bool kWide>
+// A scale: the type of the planes, the fraction bits of the weights, how many of them a result drops, and whether it is
+// rounded to nearest, halves away from zero, or down.
+template <typename T, int kBits, int kDroppedBits, bool kRounds>
 struct Scale {
   using Plane = T;
-  static constexpr int kDropped = kDroppedBits, kUnit = 1 << (kWeightBits - kDroppedBits);
-  static constexpr bool kRounded = kRounds, kIsWide = kWide;
+  static constexpr int kWeightBits = kBits, kDropped = kDroppedBits, kUnit = 1 << (kBits - kDroppedBits);
+  static constexpr bool kRounded = kRounds;
+  static constexpr bool kWide = kBits > 16;     // sums need more than 32 bits
+  static constexpr bool kHalved = kBits == 16;  // weights are halved to be signed words
 };
-using Scale16 = Scale<std::int16_t, 16, 16, true, false>;
-using Scale17 = Scale<std::int16_t, 17, 17, true, true>;
-using Scale12_4 = Scale<std::int16_t, 14, 10, true, false>;
-using Scale12_6 = Scale<std::int32_t, 24, 18, false, true>;
+using Scale16 = Scale<std::int16_t, 16, 16, true>;
+using Scale17 = Scale<std::int16_t, 17, 17, true>;
+using Scale12_4 = Scale<std::int16_t, 14, 10, true>;
+using Scale12_6 = Scale<std::int32_t, 24, 18, false>;
+
+// The low bits of a wide scale's weights, which are summed apart.
+constexpr int kLowBits = 12, kLowMask = (1 << kLowBits) - 1;
+
+// What brings a sum within a plane's range while it is still a sum: held in [low, high], `shift` is added to it, and
+// what comes out rounds to a value of the range. Clamped first, nothing leaves 32 bits later.
+struct SumRange {
+  std::int32_t low, high, shift;
+};
+
+// `levels` is what the sum lacks, in units of a result.
+template <typename T>
+SumRange sumRange(int offset, int unit, int droppedBits, std::int64_t levels) {
+  constexpr std::int64_t kLeast = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  const Range range = planeRange<T>(offset, unit);
+  const std::int64_t step = std::int64_t{1} << droppedBits;
+  const std::int64_t low = (range.low - levels) * step, high = (range.high - levels) * step;
+  const auto word = [](std::int64_t v) { return static_cast<std::int32_t>(static_cast<std::uint64_t>(v)); };
+  // No sum is in the range: they are all below it, or above it, or it is empty.
+  if (range.high < range.low || low > kMost) return {0, 0, word(range.low * step)};
+  if (high < kLeast) return {0, 0, word(range.high * step)};
+  return {word(std::max(low, kLeast)), word(std::min(high, kMost)), word(levels * step)};
+}
 
 constexpr WeightTable kWeights16 = {{19595, 38470, 7471}, {-11056, -21712, 32768}, {32768, -27440, -5328}};
 constexpr WeightTable kWeights12_4 = {{4899, 9617, 1868}, {-2764, -5428, 8192}, {8192, -6860, -1332}};
@@ -64,8 +91,7 @@ HWY_INLINE void cellsToPlanes(const RawCells& in, const CellPlanes<T>& out, cons
                                          reads<2>(in.blueGreen(0), 2 * in.pitch)};
   writeCellRows<std::int32_t, 1>(
       in.rows, in.columns, out, apart, sources, [&](auto d, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
-        const auto top = loadPairs(d, in.greenRed(row) + 2 * i), bottom = loadPairs(d, in.blueGreen(row) + 2 * i);
-        const auto values = rule(d, Cell<hn::Vec<decltype(d)>>{top.first, top.second, bottom.first, bottom.second});
+        const auto values = rule(d, loadPairs(d, in.greenRed(row) + 2 * i), loadPairs(d, in.blueGreen(row) + 2 * i));
         const hn::Rebind<T, decltype(d)> plane;
         const auto store = [=](auto v, T* place) HWY_ATTR {
           if constexpr (sizeof(T) == 2) {
@@ -88,59 +114,90 @@ class WeightedRule {
   WeightedRule(const WeightTable& weights, int offset)
       : weights_(weights),
         whole_(-limitedOffset(offset) * S::kUnit),
-        range_(planeRange<typename S::Plane>(offset, S::kUnit)) {}
+        range_(planeRange<Plane>(offset, S::kUnit)),
+        luminance_(sumRange<Plane>(offset, S::kUnit, kLuminanceBits, whole_ + (S::kWide ? 0 : kBias * S::kUnit))),
+        chroma_(sumRange<Plane>(offset, S::kUnit, kChromaBits, 0)) {}
 
   template <class D, class V>
-  HWY_INLINE PlaneValues<V> operator()(D d, const Cell<V>& cell) const {
-    const V shift = hn::Set(d, whole_), none = hn::Zero(d);
-    const auto luminance = [&](V green) HWY_ATTR { return value<true>(d, weights_.y, cell, green, shift); };
+  HWY_INLINE PlaneValues<V> operator()(D d, V top, V bottom) const {
+    const V sign = hn::Set(d, packedPair(kBias, kBias));
+    const V signedTop = hn::Xor(top, sign), signedBottom = hn::Xor(bottom, sign);
+    const auto luminance = [&](auto ofSecond) HWY_ATTR {
+      return value<decltype(ofSecond)::value, true>(d, weights_.y, signedTop, signedBottom);
+    };
     V second;
     if constexpr (kGreenDifference) {
-      second = hn::Mul(hn::Sub(cell.g2, cell.g1), hn::Set(d, S::kUnit / 2));
+      const Cell<V> cell = cellOf(d, top, bottom);
+      constexpr int kShift = S::kUnit == 16 ? 3 : 5;
+      second = clampedTo(hn::ShiftLeft<kShift>(hn::Sub(cell.g2, cell.g1)), range_);
     } else {
-      second = luminance(cell.g2);
+      second = luminance(std::true_type());
     }
-    return {clampedTo(luminance(cell.g1), range_), clampedTo(second, range_),
-            clampedTo(value<false>(d, weights_.cb, cell, cell.g1, none), range_),
-            clampedTo(value<false>(d, weights_.cr, cell, cell.g1, none), range_)};
+    return {luminance(std::false_type()), second, value<false, false>(d, weights_.cb, signedTop, signedBottom),
+            value<false, false>(d, weights_.cr, signedTop, signedBottom)};
   }
 
  private:
-  // The low bits of a wide scale's weights, which are summed apart.
-  static constexpr int kLowBits = 12;
+  using Plane = typename S::Plane;
+  static constexpr std::int32_t kBias = 1 << 15;
+  // The bits that sums still have to drop. A wide one has left those of its low part, but for one.
+  static constexpr int kWideBits = S::kDropped - kLowBits + 1;
+  static constexpr int kLuminanceBits = S::kWide ? kWideBits : S::kDropped;
+  static constexpr int kChromaBits = S::kWide ? kWideBits : S::kDropped - S::kHalved;
 
-  template <class D, class V>
-  static HWY_INLINE V sumOf(D d, const Weights& w, const Cell<V>& cell, V green) {
-    return hn::Add(hn::Add(hn::Mul(cell.r, hn::Set(d, w.r)), hn::Mul(green, hn::Set(d, w.g))),
-                   hn::Mul(cell.b, hn::Set(d, w.b)));
+  // Of R, the green that is meant, and B.
+  template <bool kSecond, class D, class V>
+  static HWY_INLINE V sumOf(D d, const Weights& w, V top, V bottom, V sum) {
+    const V sumTop = addProducts(d, top, kSecond ? packedPair(0, w.r) : packedPair(w.g, w.r), sum);
+    return addProducts(d, bottom, packedPair(w.b, kSecond ? w.g : 0), sumTop);
+  }
+
+  template <bool kSecond, bool kLuminance, class D, class V>
+  HWY_INLINE V value(D d, const Weights& w, V top, V bottom) const {
+    V sum = hn::Zero(d);
+    if constexpr (S::kWide) {
+      // Weights of either part, and the bias that its samples lack.
+      const auto part = [&](const Weights& p) HWY_ATTR {
+        const auto bias = static_cast<std::uint32_t>(p.r + p.g + p.b) << 15;
+        return sumOf<kSecond>(d, p, top, bottom, hn::Set(d, static_cast<std::int32_t>(bias)));
+      };
+      const V low = part({w.r & kLowMask, w.g & kLowMask, w.b & kLowMask});
+      const V high = part({w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits});
+      sum = hn::Add(high, hn::ShiftRight<kLowBits>(low));
+      if constexpr (!S::kRounded) {
+        const V down = hn::ShiftRight<S::kDropped - kLowBits>(sum);
+        return clampedTo(kLuminance ? hn::Add(down, hn::Set(d, whole_)) : down, range_);
+      }
+      // One bit more that is set where anything was dropped keeps halves apart from what lies just above them.
+      const V dropped = hn::And(low, hn::Set(d, kLowMask));
+      sum = hn::Add(hn::Add(sum, sum), hn::Min(dropped, hn::Set(d, 1)));
+    } else if constexpr (S::kHalved && kLuminance) {
+      // The weight of green exceeds a signed word: it counts in two halves.
+      const V half = kSecond ? addProducts(d, bottom, packedPair(0, w.g / 2), sum)
+                             : addProducts(d, top, packedPair(w.g / 2, 0), sum);
+      sum = sumOf<kSecond>(d, {w.r, w.g - w.g / 2, w.b}, top, bottom, half);
+    } else if constexpr (S::kHalved) {
+      sum = sumOf<kSecond>(d, {w.r / 2, w.g / 2, w.b / 2}, top, bottom, sum);
+    } else {
+      sum = sumOf<kSecond>(d, w, top, bottom, sum);
+    }
+    return rounded<kLuminance>(d, sum);
   }
 
   template <bool kLuminance, class D, class V>
-  static HWY_INLINE V value(D d, const Weights& w, const Cell<V>& cell, V green, V whole) {
-    if constexpr (!S::kIsWide) {
-      const V sum = sumOf(d, w, cell, green);
-      // A luminance of 16-bit samples reaches 2^32 - 2^16; a colour difference stays within 2^31 either way.
-      using Sum = std::conditional_t<kLuminance, std::uint32_t, std::int32_t>;
-      return roundedShift<S::kDropped>(hn::BitCast(hn::Rebind<Sum, D>(), sum), whole);
-    } else {
-      constexpr int kMask = (1 << kLowBits) - 1;
-      const V low = sumOf(d, {w.r & kMask, w.g & kMask, w.b & kMask}, cell, green);
-      const V high = sumOf(d, {w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits}, cell, green);
-      const V sum = hn::Add(high, hn::ShiftRight<kLowBits>(low));
-      if constexpr (S::kRounded) {
-        // One bit more that is set where anything was dropped keeps halves apart from what lies just above them.
-        const V dropped = hn::And(low, hn::Set(d, kMask));
-        const V sticky = hn::VecFromMask(d, hn::Ne(dropped, hn::Zero(d)));
-        return roundedShift<S::kDropped - kLowBits + 1>(hn::Sub(hn::Add(sum, sum), sticky), whole);
-      } else {
-        return hn::Add(hn::ShiftRight<S::kDropped - kLowBits>(sum), whole);
-      }
-    }
+  HWY_INLINE V rounded(D d, V sum) const {
+    constexpr int kShift = kLuminance ? kLuminanceBits : kChromaBits;
+    const SumRange& range = kLuminance ? luminance_ : chroma_;
+    const V held = clampedTo(sum, {range.low, range.high});
+    const V v = hn::Add(held, hn::Set(d, range.shift));
+    const V half = hn::Add(hn::Set(d, 1 << (kShift - 1)), hn::BroadcastSignBit(v));  // a half less rounds down
+    return hn::ShiftRight<kShift>(hn::Add(v, half));
   }
 
   WeightTable weights_;
   std::int32_t whole_;
   Range range_;
+  SumRange luminance_, chroma_;
 };
 
 // Additions and shifts alone, and so reversible.
@@ -149,7 +206,8 @@ class ReversibleRule {
   explicit ReversibleRule(int offset) : offset_(limitedOffset(offset)), range_(planeRange<std::int16_t>(offset, 1)) {}
 
   template <class D, class V>
-  HWY_INLINE PlaneValues<V> operator()(D d, const Cell<V>& cell) const {
+  HWY_INLINE PlaneValues<V> operator()(D d, V top, V bottom) const {
+    const Cell<V> cell = cellOf(d, top, bottom);
     const V colours = hn::Add(cell.r, cell.b), greens = hn::Add(cell.g1, cell.g2), mean = hn::ShiftRight<1>(greens);
     const auto luminance = [&](V green) HWY_ATTR {  // 3 of this green less 1 of the other
       const V sum = hn::Add(hn::Sub(hn::ShiftLeft<2>(green), greens), colours);
@@ -169,8 +227,9 @@ struct FloatRule {
   float offset;
 
   template <class D, class V>
-  HWY_INLINE auto operator()(D, const Cell<V>& cell) const {
+  HWY_INLINE auto operator()(D d, V top, V bottom) const {
     const hn::Rebind<float, D> df;
+    const Cell<V> cell = cellOf(d, top, bottom);
     const auto g1 = hn::ConvertTo(df, cell.g1), r = hn::ConvertTo(df, cell.r), b = hn::ConvertTo(df, cell.b);
     const auto times = [=](float k, auto v) HWY_ATTR { return hn::Mul(hn::Set(df, k), v); };
     return PlaneValues<hn::Vec<decltype(df)>>{luminanceOf(df, r, g1, b, offset),

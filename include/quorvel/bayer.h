@@ -94,8 +94,8 @@ QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slow(const std::uint16_t* samples, 
 QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slowCorrect(const std::uint16_t* samples, unsigned pitch, unsigned width,
                                                          unsigned height, std::int16_t* y, std::int16_t* cb,
                                                          std::int16_t* cr, int offset);
-/// The same with the weights of `getRGBtoYCbCr_coefI16`, read anew at every call. Exact while the magnitudes of a row
-/// of them add up to less than 2^26; sums of larger weights keep their low 43 bits.
+/// The same with the weights of `getRGBtoYCbCr_coefI16`, read anew at every call. Exact while the magnitudes of each row
+/// of them add up to less than 2^26, which is 512 times those of the table as it is made.
 QUORVEL_API int BayerRGBToYCbCrPlanesApprox18slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
                                                   unsigned height, std::int16_t* y, std::int16_t* cb, std::int16_t* cr,
                                                   int offset);
