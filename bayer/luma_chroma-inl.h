@@ -46,11 +46,6 @@ HWY_INLINE Cell<V> cellOf(D d, V top, V bottom) {
   return {first(top), second(top), first(bottom), second(bottom)};
 }
 
-constexpr std::int32_t packedPair(std::int32_t first, std::int32_t second) {
-  return static_cast<std::int32_t>((static_cast<std::uint32_t>(first) & 0xFFFF) | static_cast<std::uint32_t>(second)
-                                                                                      << 16);
-}
-
 // sum + first * first + second * second over pairs of signed 16-bit halves.
 template <class D, class V>
 HWY_INLINE V addProducts(D d, V pairs, std::int32_t packedWeights, V sum) {

@@ -75,20 +75,20 @@ HWY_INLINE void colourToPlanes(const Picture<Sample>& in, float* y, float* cb, f
                       });
 }
 
-void rgb8ToPlanes(const Picture<std::uint8_t>& in, float* y, float* cb, float* cr, float offset) {
+HWY_FLATTEN void rgb8ToPlanes(const Picture<std::uint8_t>& in, float* y, float* cb, float* cr, float offset) {
   colourToPlanes<3>(in, y, cb, cr, offset);
 }
 
-void rgba8ToPlanes(const Picture<std::uint8_t>& in, float* y, float* cb, float* cr, float offset) {
+HWY_FLATTEN void rgba8ToPlanes(const Picture<std::uint8_t>& in, float* y, float* cb, float* cr, float offset) {
   colourToPlanes<4>(in, y, cb, cr, offset);
 }
 
-void rgba16ToPlanes(const Picture<std::uint16_t>& in, float* y, float* cb, float* cr, float offset) {
+HWY_FLATTEN void rgba16ToPlanes(const Picture<std::uint16_t>& in, float* y, float* cb, float* cr, float offset) {
   colourToPlanes<4>(in, y, cb, cr, offset);
 }
 
-void planesToRgb8(const FloatPlanes& in, std::uint8_t* rgb, std::size_t pitch, std::size_t width, std::size_t height,
-                  float offset) {
+HWY_FLATTEN void planesToRgb8(const FloatPlanes& in, std::uint8_t* rgb, std::size_t pitch, std::size_t width,
+                              std::size_t height, float offset) {
   // A bound above a byte's saturates: wrapped, the lightest pixels would turn dark.
   const float high = largestSample(2 * std::fabs(std::round(offset)) - 1, 255);
   const std::array<Source, 3> sources = {reads<1>(in.y, in.pitch), reads<1>(in.cb, in.pitch),
@@ -115,8 +115,8 @@ HWY_INLINE void greyToPlane(const Picture<Sample>& in, float* y, float offset) {
                       });
 }
 
-void grey16ToPlane(const Picture<std::uint16_t>& in, float* y, float offset) { greyToPlane(in, y, offset); }
-void grey8ToPlane(const Picture<std::uint8_t>& in, float* y, float offset) { greyToPlane(in, y, offset); }
+HWY_FLATTEN void grey16ToPlane(const Picture<std::uint16_t>& in, float* y, float offset) { greyToPlane(in, y, offset); }
+HWY_FLATTEN void grey8ToPlane(const Picture<std::uint8_t>& in, float* y, float offset) { greyToPlane(in, y, offset); }
 
 // A code above a mantissa in two's complement, which take a sample together.
 template <int kMantissaBits, class DF, class V16>
@@ -128,7 +128,7 @@ HWY_INLINE hn::Vec<DF> fromCompact(DF df, V16 packed, const float* scales) {
   return hn::Mul(hn::ConvertTo(df, mantissa), scale);
 }
 
-void compactToFloat(const std::uint16_t* triplets, std::size_t count, float* out) {
+HWY_FLATTEN void compactToFloat(const std::uint16_t* triplets, std::size_t count, float* out) {
   forLanes<float>(count, [=](auto df, std::size_t i) HWY_ATTR {
     const hn::Rebind<std::uint16_t, decltype(df)> ds;
     hn::Vec<decltype(ds)> a, b, c;

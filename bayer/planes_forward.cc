@@ -51,6 +51,41 @@ using Scale12_6 = Scale<std::int32_t, 24, 18, false>;
 // The low bits of a wide scale's weights, which are summed apart.
 constexpr int kLowBits = 12, kLowMask = (1 << kLowBits) - 1;
 
+// Weights as kernels take them: of the two samples of either row, with the first or the second green, and what a sum
+// lacks because its samples are taken less 2^15.
+struct PairWeights {
+  PairWeights() = default;
+  explicit PairWeights(const Weights& w)
+      : top{packed(w.g, w.r), packed(0, w.r)},
+        bottom{packed(w.b, 0), packed(w.b, w.g)},
+        bias(static_cast<std::int32_t>(static_cast<std::uint32_t>(w.r + w.g + w.b) << 15)) {}
+
+  static std::int32_t packed(std::int32_t first, std::int32_t second) {
+    return static_cast<std::int32_t>((static_cast<std::uint32_t>(first) & 0xFFFF) | static_cast<std::uint32_t>(second)
+                                                                                        << 16);
+  }
+
+  std::int32_t top[2], bottom[2], bias;
+};
+
+// The weights of a plane in up to two parts.
+struct SplitWeights {
+  PairWeights main, part;
+};
+
+template <class S, bool kLuminance>
+SplitWeights splitWeights(const Weights& w) {
+  if constexpr (S::kWide) {
+    return {PairWeights({w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits}),
+            PairWeights({w.r & kLowMask, w.g & kLowMask, w.b & kLowMask})};
+  } else if constexpr (S::kHalved &&
+                       kLuminance) {  // the weight of green exceeds a signed word: it counts in two halves
+    return {PairWeights({w.r, w.g - w.g / 2, w.b}), PairWeights({0, w.g / 2, 0})};
+  } else {
+    return {PairWeights({w.r >> S::kHalved, w.g >> S::kHalved, w.b >> S::kHalved}), {}};
+  }
+}
+
 // What brings a sum within a plane's range while it is still a sum: held in [low, high], `shift` is added to it, and
 // what comes out rounds to a value of the range. Clamped first, nothing leaves 32 bits later.
 struct SumRange {
@@ -112,7 +147,9 @@ template <class S, bool kGreenDifference = false>
 class WeightedRule {
  public:
   WeightedRule(const WeightTable& weights, int offset)
-      : weights_(weights),
+      : y_(splitWeights<S, true>(weights.y)),
+        cb_(splitWeights<S, false>(weights.cb)),
+        cr_(splitWeights<S, false>(weights.cr)),
         whole_(-limitedOffset(offset) * S::kUnit),
         range_(planeRange<Plane>(offset, S::kUnit)),
         luminance_(sumRange<Plane>(offset, S::kUnit, kLuminanceBits, whole_ + (S::kWide ? 0 : kBias * S::kUnit))),
@@ -120,21 +157,18 @@ class WeightedRule {
 
   template <class D, class V>
   HWY_INLINE PlaneValues<V> operator()(D d, V top, V bottom) const {
-    const V sign = hn::Set(d, packedPair(kBias, kBias));
+    const V sign = hn::Set(d, PairWeights::packed(kBias, kBias));
     const V signedTop = hn::Xor(top, sign), signedBottom = hn::Xor(bottom, sign);
-    const auto luminance = [&](auto ofSecond) HWY_ATTR {
-      return value<decltype(ofSecond)::value, true>(d, weights_.y, signedTop, signedBottom);
-    };
     V second;
     if constexpr (kGreenDifference) {
       const Cell<V> cell = cellOf(d, top, bottom);
       constexpr int kShift = S::kUnit == 16 ? 3 : 5;
       second = clampedTo(hn::ShiftLeft<kShift>(hn::Sub(cell.g2, cell.g1)), range_);
     } else {
-      second = luminance(std::true_type());
+      second = value<true, true>(d, y_, signedTop, signedBottom);
     }
-    return {luminance(std::false_type()), second, value<false, false>(d, weights_.cb, signedTop, signedBottom),
-            value<false, false>(d, weights_.cr, signedTop, signedBottom)};
+    return {value<false, true>(d, y_, signedTop, signedBottom), second,
+            value<false, false>(d, cb_, signedTop, signedBottom), value<false, false>(d, cr_, signedTop, signedBottom)};
   }
 
  private:
@@ -145,25 +179,18 @@ class WeightedRule {
   static constexpr int kLuminanceBits = S::kWide ? kWideBits : S::kDropped;
   static constexpr int kChromaBits = S::kWide ? kWideBits : S::kDropped - S::kHalved;
 
-  // Of R, the green that is meant, and B.
   template <bool kSecond, class D, class V>
-  static HWY_INLINE V sumOf(D d, const Weights& w, V top, V bottom, V sum) {
-    const V sumTop = addProducts(d, top, kSecond ? packedPair(0, w.r) : packedPair(w.g, w.r), sum);
-    return addProducts(d, bottom, packedPair(w.b, kSecond ? w.g : 0), sumTop);
+  static HWY_INLINE V sumOf(D d, const PairWeights& w, V top, V bottom) {
+    const V sum = S::kWide ? hn::Set(d, w.bias) : hn::Zero(d);
+    return addProducts(d, bottom, w.bottom[kSecond], addProducts(d, top, w.top[kSecond], sum));
   }
 
   template <bool kSecond, bool kLuminance, class D, class V>
-  HWY_INLINE V value(D d, const Weights& w, V top, V bottom) const {
-    V sum = hn::Zero(d);
+  HWY_INLINE V value(D d, const SplitWeights& w, V top, V bottom) const {
+    V sum = sumOf<kSecond>(d, w.main, top, bottom);
     if constexpr (S::kWide) {
-      // Weights of either part, and the bias that its samples lack.
-      const auto part = [&](const Weights& p) HWY_ATTR {
-        const auto bias = static_cast<std::uint32_t>(p.r + p.g + p.b) << 15;
-        return sumOf<kSecond>(d, p, top, bottom, hn::Set(d, static_cast<std::int32_t>(bias)));
-      };
-      const V low = part({w.r & kLowMask, w.g & kLowMask, w.b & kLowMask});
-      const V high = part({w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits});
-      sum = hn::Add(high, hn::ShiftRight<kLowBits>(low));
+      const V low = sumOf<kSecond>(d, w.part, top, bottom);
+      sum = hn::Add(sum, hn::ShiftRight<kLowBits>(low));
       if constexpr (!S::kRounded) {
         const V down = hn::ShiftRight<S::kDropped - kLowBits>(sum);
         return clampedTo(kLuminance ? hn::Add(down, hn::Set(d, whole_)) : down, range_);
@@ -172,14 +199,7 @@ class WeightedRule {
       const V dropped = hn::And(low, hn::Set(d, kLowMask));
       sum = hn::Add(hn::Add(sum, sum), hn::Min(dropped, hn::Set(d, 1)));
     } else if constexpr (S::kHalved && kLuminance) {
-      // The weight of green exceeds a signed word: it counts in two halves.
-      const V half = kSecond ? addProducts(d, bottom, packedPair(0, w.g / 2), sum)
-                             : addProducts(d, top, packedPair(w.g / 2, 0), sum);
-      sum = sumOf<kSecond>(d, {w.r, w.g - w.g / 2, w.b}, top, bottom, half);
-    } else if constexpr (S::kHalved) {
-      sum = sumOf<kSecond>(d, {w.r / 2, w.g / 2, w.b / 2}, top, bottom, sum);
-    } else {
-      sum = sumOf<kSecond>(d, w, top, bottom, sum);
+      sum = kSecond ? addProducts(d, bottom, w.part.bottom[1], sum) : addProducts(d, top, w.part.top[0], sum);
     }
     return rounded<kLuminance>(d, sum);
   }
@@ -194,7 +214,7 @@ class WeightedRule {
     return hn::ShiftRight<kShift>(hn::Add(v, half));
   }
 
-  WeightTable weights_;
+  SplitWeights y_, cb_, cr_;
   std::int32_t whole_;
   Range range_;
   SumRange luminance_, chroma_;
@@ -239,35 +259,36 @@ struct FloatRule {
   }
 };
 
-void cellsToPlanes16(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+HWY_FLATTEN void cellsToPlanes16(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
   cellsToPlanes(in, out, WeightedRule<Scale16>(kWeights16, offset));
 }
 
-void cellsToPlanes17(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset, const WeightTable& weights) {
+HWY_FLATTEN void cellsToPlanes17(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset,
+                                 const WeightTable& weights) {
   cellsToPlanes(in, out, WeightedRule<Scale17>(weights, offset));
 }
 
-void cellsToPlanes12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+HWY_FLATTEN void cellsToPlanes12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
   cellsToPlanes(in, out, WeightedRule<Scale12_4>(kWeights12_4, offset));
 }
 
-void cellsToDifference12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
+HWY_FLATTEN void cellsToDifference12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {
   cellsToPlanes(in, out, WeightedRule<Scale12_4, true>(kWeights12_4, offset));
 }
 
-void cellsToPlanes12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
+HWY_FLATTEN void cellsToPlanes12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
   cellsToPlanes(in, out, WeightedRule<Scale12_6>(kWeights12_6, offset));
 }
 
-void cellsToDifference12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
+HWY_FLATTEN void cellsToDifference12_6(const RawCells& in, const CellPlanes<std::int32_t>& out, int offset) {
   cellsToPlanes(in, out, WeightedRule<Scale12_6, true>(kWeights12_6, offset));
 }
 
-void cellsToReversible(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset, bool apart) {
+HWY_FLATTEN void cellsToReversible(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset, bool apart) {
   cellsToPlanes(in, out, ReversibleRule(offset), apart);
 }
 
-void cellsToFloat(const RawCells& in, const CellPlanes<float>& out, float offset) {
+HWY_FLATTEN void cellsToFloat(const RawCells& in, const CellPlanes<float>& out, float offset) {
   cellsToPlanes(in, out, FloatRule{offset});
 }
 

@@ -150,27 +150,27 @@ class FloatRule {
 using Planes16 = CellPlanes<const std::int16_t>;
 using OutCells = CellFrame<std::uint16_t>;
 
-void cellsFrom16(const Planes16& in, const OutCells& out, int offset) {
+HWY_FLATTEN void cellsFrom16(const Planes16& in, const OutCells& out, int offset) {
   planesToCells(in, out, Rule16<SecondGreen::Luminance>(offset));
 }
 
-void cellsFrom16ForPreview(const Planes16& in, const OutCells& out, int offset) {
+HWY_FLATTEN void cellsFrom16ForPreview(const Planes16& in, const OutCells& out, int offset) {
   planesToCells(in, out, Rule16<SecondGreen::First>(offset));
 }
 
-void cellsFrom12_4(const Planes16& in, const OutCells& out, int offset) {
+HWY_FLATTEN void cellsFrom12_4(const Planes16& in, const OutCells& out, int offset) {
   planesToCells(in, out, Rule12_4<SecondGreen::Luminance>(offset));
 }
 
-void cellsFromDifference12_4(const Planes16& in, const OutCells& out, int offset) {
+HWY_FLATTEN void cellsFromDifference12_4(const Planes16& in, const OutCells& out, int offset) {
   planesToCells(in, out, Rule12_4<SecondGreen::Difference>(offset));
 }
 
-void cellsFromReversible(const Planes16& in, const OutCells& out, int offset) {
+HWY_FLATTEN void cellsFromReversible(const Planes16& in, const OutCells& out, int offset) {
   planesToCells(in, out, ReversibleRule(offset));
 }
 
-void cellsFromFloat(const CellPlanes<const float>& in, const OutCells& out, float offset) {
+HWY_FLATTEN void cellsFromFloat(const CellPlanes<const float>& in, const OutCells& out, float offset) {
   planesToCells(in, out, FloatRule(offset));
 }
 
