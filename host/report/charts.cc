@@ -30,10 +30,12 @@ Picture heatMap(const FocusGrid& grid) {
   const unsigned side = std::max(640 / std::max(grid.columns, grid.rows), 2u);
   const unsigned width = grid.columns * side, height = grid.rows * side;
   Canvas canvas(std::max(width, 300u) + 2 * kGap, height + 3 * kGap + 2 * kLine + kGap);
-  const double least = grid.least(), range = grid.greatest() - least;
+  // Contrast differs between parts of a scene by powers of ten, of which three are shown.
+  const double least = std::max(grid.least(), grid.greatest() * 1e-3), range = std::log(grid.greatest() / least);
   for (unsigned row = 0; row < grid.rows; ++row) {
     for (unsigned column = 0; column < grid.columns; ++column) {
-      const double share = range > 0 ? (grid.fields[std::size_t{row} * grid.columns + column] - least) / range : 0;
+      const double measure = grid.fields[std::size_t{row} * grid.columns + column];
+      const double share = measure > least && range > 0 ? std::log(measure / least) / range : 0;
       canvas.box(kGap + column * side, kGap + row * side, side - 1, side - 1, heat(share));
     }
   }

@@ -7,7 +7,8 @@
 
 namespace quorvel::host {
 
-// Every field of the grid in a colour from dark (the least) to bright (the greatest), with both ends named.
+// Every field of the grid in a colour from dark (the least) to bright (the greatest), with both ends named. The steps
+// between them are those of a logarithm.
 Picture heatMap(const FocusGrid& grid);
 
 // The three colours' histograms over the levels, one above the other in one frame, each to the scale of its own peak.

@@ -220,6 +220,162 @@ QUORVEL_API void convertBayerGammaTo8(int sameScale, double gamma, const std::ui
                                       std::uint8_t* outB, int* maximum);
 
 /// @}
+/// @name Luminance and chroma planes
+/// A cell of a frame is two samples of a row and the two below: G1 R over B G2. It becomes two luminances, one for each
+/// green, and one Cb and Cr, computed from G1, R and B. A last row or column without a partner is left out; with
+/// `height` below 2 nothing is written. Every routine of this section returns 0 unless it says otherwise.
+///
+/// Planes have a value a cell and rows without a gap: `width` / 2 values, `height` / 2 rows. Where there is a single
+/// plane `y`, its rows hold the first luminances of the row's cells and after them the second ones, twice as many.
+///
+/// `offset` is the level shift of the luminance, 2048 for 12-bit samples: it is subtracted from the luminance, and all
+/// integer results are clamped to [-offset, offset - 1], in their unit. Integer results are exact for any 16-bit
+/// samples, and saturate where the range exceeds their type. A negative offset is subtracted as it is, and its range is
+/// that of its magnitude; with offset 0 every integer result is 0. An integer offset beyond +-33423360 counts as that.
+/// @{
+
+/// Planes of whole steps, from weights of 16 fraction bits; rounded to nearest, halves away from zero.
+QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                  unsigned height, std::int16_t* y, std::int16_t* cb, std::int16_t* cr,
+                                                  int offset);
+/// The same routine under its second name.
+QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slowCorrect(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                         unsigned height, std::int16_t* y, std::int16_t* cb,
+                                                         std::int16_t* cr, int offset);
+/// The same with the weights of `getRGBtoYCbCr_coefI16`, read anew at every call. Exact while the magnitudes of each row
+/// of them add up to less than 2^26, which is 512 times those of the table as it is made.
+QUORVEL_API int BayerRGBToYCbCrPlanesApprox18slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                  unsigned height, std::int16_t* y, std::int16_t* cb, std::int16_t* cr,
+                                                  int offset);
+/// The nine weights of `BayerRGBToYCbCrPlanesApprox18slow`, rows Y, Cb, Cr, columns R, G, B, scale 2^17. They may be
+/// changed, though not while that routine runs.
+QUORVEL_API std::int32_t* getRGBtoYCbCr_coefI16();
+
+/// The reversible form, by additions and shifts: with G = (G1 + G2) >> 1, U = B - G, V = R - G, and the luminance of a
+/// green is ((3 x it - the other green + R + B) >> 2) - offset. `YUVplanesToBayerRGBApprox16slow` restores the frame
+/// bit for bit where nothing was clamped.
+///
+/// The columns run to `pitch`, not to `width`: pass both alike. With a smaller pitch the last cells of each row are
+/// left out; with a larger one every plane has to have room for (pitch - width) / 2 values more, and each row's surplus
+/// is written over what follows it before the next row is.
+QUORVEL_API int BayerRGBToYUVplanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                unsigned height, std::int16_t* y, std::int16_t* u, std::int16_t* v,
+                                                int offset);
+
+/// As `BayerRGBToYCbCrPlanesApprox16slow`, with the second luminances in a plane of their own.
+QUORVEL_API int BayerRGBToYYCbCrPlanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                   unsigned height, std::int16_t* y1, std::int16_t* y2,
+                                                   std::int16_t* cb, std::int16_t* cr, int offset);
+/// Planes in units of 1/16 step, from weights of 14 fraction bits; rounded to nearest, halves away from zero.
+QUORVEL_API int BayerRGBToYYCbCrPlanes12_4slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                               unsigned height, std::int16_t* y1, std::int16_t* y2, std::int16_t* cb,
+                                               std::int16_t* cr, int offset);
+/// Planes in units of 1/64 step, from weights of 24 fraction bits; rounded down. The luminance weights sum to 2^24 + 1.
+QUORVEL_API int BayerRGBToYYCbCrPlanes12_6slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                               unsigned height, std::int32_t* y1, std::int32_t* y2, std::int32_t* cb,
+                                               std::int32_t* cr, int offset);
+/// As `BayerRGBToYYCbCrPlanes12_4slow`, with half the green difference, 8 (G2 - G1), in place of the second luminance.
+QUORVEL_API int BayerRGBToYdYCbCrPlanes12_4slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                unsigned height, std::int16_t* y, std::int16_t* yd, std::int16_t* cb,
+                                                std::int16_t* cr, int offset);
+/// As `BayerRGBToYYCbCrPlanes12_6slow`, with half the green difference, 32 (G2 - G1), in place of the second luminance.
+QUORVEL_API int BayerRGBToYdYCbCrPlanes12_6slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                                unsigned height, std::int32_t* y, std::int32_t* yd, std::int32_t* cb,
+                                                std::int32_t* cr, int offset);
+/// The same as floats, without any clamp: weights 0.299, 0.587, 0.114; -0.1687, -0.3313, 0.5; 0.5, -0.4187, -0.0813,
+/// terms added in the order R, G, B, the offset last; yd is 0.5 (G2 - G1).
+QUORVEL_API int BayerRGBToYdYCbCrPlanesFlt(const std::uint16_t* samples, unsigned pitch, unsigned width,
+                                           unsigned height, float* y, float* yd, float* cb, float* cr, float offset);
+
+/// Back into a frame, with planes laid out as above for `columns` cells a row and `rows` rows of the frame, `pitch`
+/// samples apart in `out`. `max(offset, 0)` is added to the luminance, and every sample is clamped to
+/// [0, 2 |offset| - 1], at most 65535. Exact for any planes. The second green starts from the first one as clamped and
+/// adds the difference of the luminances divided by the weight of green.
+QUORVEL_API int YCbCrPlanesToBayerRGBApprox16slow(const std::int16_t* y, const std::int16_t* cb, const std::int16_t* cr,
+                                                  int offset, unsigned columns, unsigned rows, std::uint16_t* out,
+                                                  unsigned pitch);
+/// The same routine under its second name.
+QUORVEL_API int YCbCrPlanesToBayerRGBApprox16slowCorrect(const std::int16_t* y, const std::int16_t* cb,
+                                                         const std::int16_t* cr, int offset, unsigned columns,
+                                                         unsigned rows, std::uint16_t* out, unsigned pitch);
+/// The same with the first green in both places; the second luminances are not looked at.
+QUORVEL_API int YCbCrPlanesToBayerRGBApprox16slowForPreview(const std::int16_t* y, const std::int16_t* cb,
+                                                            const std::int16_t* cr, int offset, unsigned columns,
+                                                            unsigned rows, std::uint16_t* out, unsigned pitch);
+/// The same from two luminance planes.
+QUORVEL_API int YYCbCrPlanesToBayerRGBApprox16slow(const std::int16_t* y1, const std::int16_t* y2,
+                                                   const std::int16_t* cb, const std::int16_t* cr, int offset,
+                                                   unsigned columns, unsigned rows, std::uint16_t* out, unsigned pitch);
+/// The same from planes in units of 1/16 step.
+QUORVEL_API int YYCbCrPlanesToBayerRGBfrom12_4slow(const std::int16_t* y1, const std::int16_t* y2,
+                                                   const std::int16_t* cb, const std::int16_t* cr, int offset,
+                                                   unsigned columns, unsigned rows, std::uint16_t* out, unsigned pitch);
+/// The same from a luminance and half the green difference: the second green is the first one, before it is rounded
+/// and clamped, and yd / 8 steps.
+QUORVEL_API int YdYCbCrPlanesToBayerRGBfrom12_4slow(const std::int16_t* y, const std::int16_t* yd,
+                                                    const std::int16_t* cb, const std::int16_t* cr, int offset,
+                                                    unsigned columns, unsigned rows, std::uint16_t* out,
+                                                    unsigned pitch);
+/// The same from floats: the offset is added as it is, 0.5 is added to each result, which is truncated and clamped to
+/// [0, 2 |offset| - 1] (what is no number gives 0). The second green is the first one as written and twice yd.
+QUORVEL_API int YdYCbCrPlanesToBayerRGBFlt(const float* y, const float* yd, const float* cb, const float* cr,
+                                           float offset, unsigned columns, unsigned rows, std::uint16_t* out,
+                                           unsigned pitch);
+/// Undoes `BayerRGBToYUVplanesApprox16slow`, the offset added as it is: with t = ((U + V - h) >> 2) - offset, where h
+/// is 1 where y1 - y2 is odd and 0 elsewhere, the greens are y1 - t and y2 - t, clamped, and m = (G1 + G2) >> 1 of
+/// these is added to V for R and to U for B.
+QUORVEL_API int YUVplanesToBayerRGBApprox16slow(const std::int16_t* y, const std::int16_t* u, const std::int16_t* v,
+                                                int offset, unsigned columns, unsigned rows, std::uint16_t* out,
+                                                unsigned pitch);
+
+/// @}
+/// @name Float planes of pictures
+/// Arithmetic of 32-bit floats, rounded after every operation. Planes have rows without a gap. Every routine of this
+/// section returns 0 unless it says otherwise.
+/// @{
+
+/// Interleaved R, G, B bytes, rows `pitch` pixels apart: Y = 0.299 R + 0.587 G + 0.114 B - offset, Cb = 0.5 B -
+/// (0.3313 G + 0.1687 R), Cr = 0.5 R - 0.4187 G - 0.0813 B.
+QUORVEL_API int RGB8ToYCbCrPlanesFlt(const std::uint8_t* rgb, unsigned pitch, unsigned width, unsigned height, float* y,
+                                     float* cb, float* cr, float offset);
+/// The same from four bytes a pixel, of which the last is not used.
+QUORVEL_API int RGBA8ToYCbCrPlanesFlt(const std::uint8_t* rgba, unsigned pitch, unsigned width, unsigned height,
+                                      float* y, float* cb, float* cr, float offset);
+/// The same from four 16-bit samples a pixel.
+QUORVEL_API int RGBAToYCbCrPlanesFlt(const std::uint16_t* rgba, unsigned pitch, unsigned width, unsigned height,
+                                     float* y, float* cb, float* cr, float offset);
+
+/// Back into interleaved bytes, rows `pitch` pixels apart: with L = Y + offset, R = L + 1.402 Cr, G = L - 0.34414 Cb -
+/// 0.71414 Cr, B = L + 1.772 Cb, each rounded to nearest with halves away from zero and clamped to 0 at the lower end
+/// (what is no number gives 0) and to 2 |offset| - 1 with the offset rounded, at most 255, at the upper one.
+QUORVEL_API int YCbCrPlanesToRGB8Flt(const float* y, const float* cb, const float* cr, std::uint8_t* rgb,
+                                     unsigned pitch, unsigned width, unsigned height, float offset);
+/// The same from planes with rows `planePitch` floats apart, through `YCbCrPlanesToRGB8Flt_SSE`: the offset is rounded
+/// to nearest, halves away from zero, before it is used.
+QUORVEL_API int YCbCrPlanesToRGB8FltSSE(const float* y, const float* cb, const float* cr, std::uint8_t* rgb,
+                                        unsigned pitch, unsigned width, unsigned height, float offset,
+                                        unsigned planePitch);
+/// The same for one row of `count` pixels.
+QUORVEL_API int YCbCrPlanesToRGB8Flt_SSE(const float* y, const float* cb, const float* cr, std::uint8_t* rgb,
+                                         unsigned count, int offset);
+/// The same for one row of 4 x `groups` pixels.
+QUORVEL_API int YCbCrPlanesToRGB8Flt_SSEasm(const float* y, const float* cb, const float* cr, std::uint8_t* rgb,
+                                            unsigned groups, int offset);
+
+/// Grey samples as floats, less the offset. Rows of the picture are `pitch` samples apart.
+QUORVEL_API int GrayToYFlt(const std::uint16_t* grey, unsigned pitch, unsigned width, unsigned height, float* y,
+                           float offset);
+/// The same from bytes.
+QUORVEL_API int GrayToY8Flt(const std::uint8_t* grey, unsigned pitch, unsigned width, unsigned height, float* y,
+                            float offset);
+
+/// Decodes `count` triplets of compact floats into three planes, 4096 floats apart in `out`. The first two samples of a
+/// triplet are m x 2^-11 x 10^(e - 11), e in the upper 4 bits and m, in two's complement, in the lower 12; the third is
+/// m x 2^-13 x 10^(c - 1), c in the upper 2 bits and m in the lower 14. Returns -1, with nothing written, where `count`
+/// exceeds 4096, the room of a plane.
+QUORVEL_API int ABC16toFlt(const std::uint16_t* triplets, unsigned count, float* out);
+
+/// @}
 }  // extern "C"
 
 #endif  // QUORVEL_BAYER_H_

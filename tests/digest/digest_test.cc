@@ -26,7 +26,7 @@ namespace quorvel::test {
 namespace {
 
 // A change here means that results have changed, or that a routine has come: say which in the message of the commit.
-constexpr std::uint64_t kDigestOfAllRoutines = 0x65cacefe31294452;
+constexpr std::uint64_t kDigestOfAllRoutines = 0xe3868c5dd20d80fc;
 
 // FNV-1a, bytes in the order in which little-endian memory has them.
 class Digest {
@@ -207,6 +207,35 @@ void addImages(Routines& routines, unsigned width, unsigned height) {
   CALL(rgbToBayer_x4, width, height, width / 4 + 3);
 }
 
+void addLumaChroma(Routines& routines, unsigned width, unsigned height) {
+  const unsigned pitch = width + 4, columns = width / 2;
+  for (const int offset : {2048, 100, -300}) {
+    CALL(BayerRGBToYCbCrPlanesApprox16slow, pitch, width, height, offset);
+    CALL(BayerRGBToYCbCrPlanesApprox16slowCorrect, pitch, width, height, offset);
+    CALL(BayerRGBToYCbCrPlanesApprox18slow, pitch, width, height, offset);
+    CALL(BayerRGBToYUVplanesApprox16slow, pitch, width, height, offset);
+    CALL(BayerRGBToYYCbCrPlanesApprox16slow, pitch, width, height, offset);
+    CALL(BayerRGBToYYCbCrPlanes12_4slow, pitch, width, height, offset);
+    CALL(BayerRGBToYYCbCrPlanes12_6slow, pitch, width, height, offset);
+    CALL(BayerRGBToYdYCbCrPlanes12_4slow, pitch, width, height, offset);
+    CALL(BayerRGBToYdYCbCrPlanes12_6slow, pitch, width, height, offset);
+    CALL(BayerRGBToYdYCbCrPlanesFlt, pitch, width, height, offset);
+    CALL(YCbCrPlanesToBayerRGBApprox16slow, offset, columns, height, pitch);
+    CALL(YCbCrPlanesToBayerRGBApprox16slowCorrect, offset, columns, height, pitch);
+    CALL(YCbCrPlanesToBayerRGBApprox16slowForPreview, offset, columns, height, pitch);
+    CALL(YYCbCrPlanesToBayerRGBApprox16slow, offset, columns, height, pitch);
+    CALL(YYCbCrPlanesToBayerRGBfrom12_4slow, offset, columns, height, pitch);
+    CALL(YdYCbCrPlanesToBayerRGBfrom12_4slow, offset, columns, height, pitch);
+    CALL(YUVplanesToBayerRGBApprox16slow, offset, columns, height, pitch);
+    CALL(RGB8ToYCbCrPlanesFlt, pitch, width, height, offset);
+    CALL(RGBA8ToYCbCrPlanesFlt, pitch, width, height, offset);
+    CALL(RGBAToYCbCrPlanesFlt, pitch, width, height, offset);
+    CALL(GrayToYFlt, pitch, width, height, offset);
+    CALL(GrayToY8Flt, pitch, width, height, offset);
+  }
+  CALL(ABC16toFlt, width * height);
+}
+
 void addWords(Routines& routines) {
   for (const std::uint32_t x : {0u, 1u, 0x80000000u, 0x12345678u, 0xFFFF0001u}) {
     CALL(log2i, x);
@@ -222,6 +251,42 @@ void addWords(Routines& routines) {
   CALL(genLowToBigTable);
   CALL(genMulTable8_8);
   CALL(transpone_9x8_MMX);
+}
+
+// Float planes of the range that pictures have: the numbers of `content` are far beyond it.
+void addFloatPlanes(Routines& routines) {
+  constexpr unsigned kWidth = 61, kHeight = 8, kPitch = 67;
+  const auto plane = [](std::uint32_t seed) {
+    std::vector<float> values;
+    for (const std::uint16_t v : content<std::uint16_t>(seed)) values.push_back(static_cast<float>(v) / 8 - 256);
+    return values;
+  };
+  const auto row = [&](const char* name, auto&& call) {
+    routines[name] = [=](Digest& d) {
+      std::vector<std::uint16_t> out(kRoom);
+      const auto y = plane(1), yd = plane(2), cb = plane(3), cr = plane(4);
+      const int status = call(y.data(), yd.data(), cb.data(), cr.data(), out.data());
+      d.add(&status, 1);
+      d.add(out.data(), out.size());
+    };
+  };
+  const auto bytes = [](std::uint16_t* out) { return reinterpret_cast<std::uint8_t*>(out); };
+  row("YdYCbCrPlanesToBayerRGBFlt", [](auto* y, auto* yd, auto* cb, auto* cr, auto* out) {
+    return YdYCbCrPlanesToBayerRGBFlt(y, yd, cb, cr, 300.5f, kWidth, kHeight, out, 2 * kPitch);
+  });
+  row("YCbCrPlanesToRGB8Flt", [=](auto* y, auto*, auto* cb, auto* cr, auto* out) {
+    return YCbCrPlanesToRGB8Flt(y, cb, cr, bytes(out), kPitch, kWidth, kHeight, 100.25f);
+  });
+  row("YCbCrPlanesToRGB8FltSSE", [=](auto* y, auto*, auto* cb, auto* cr, auto* out) {
+    return YCbCrPlanesToRGB8FltSSE(y, cb, cr, bytes(out), kPitch, kWidth, kHeight, 100.25f, kPitch);
+  });
+  row("YCbCrPlanesToRGB8Flt_SSE", [=](auto* y, auto*, auto* cb, auto* cr, auto* out) {
+    return YCbCrPlanesToRGB8Flt_SSE(y, cb, cr, bytes(out), kWidth, 128);
+  });
+  row("YCbCrPlanesToRGB8Flt_SSEasm", [=](auto* y, auto*, auto* cb, auto* cr, auto* out) {
+    return YCbCrPlanesToRGB8Flt_SSEasm(y, cb, cr, bytes(out), kWidth / 4, 128);
+  });
+  routines["getRGBtoYCbCr_coefI16"] = [](Digest& d) { d.add(getRGBtoYCbCr_coefI16(), 9); };
 }
 
 // Routines with records among their arguments.
@@ -313,6 +378,9 @@ Routines allRoutines() {
   addImages(routines, 64, 20);
   addImages(routines, 37, 11);
   addWords(routines);
+  addLumaChroma(routines, 60, 20);
+  addLumaChroma(routines, 37, 11);
+  addFloatPlanes(routines);
   addRecords(routines);
   return routines;
 }
