@@ -28,14 +28,16 @@ case ${1:-} in
     bash scripts/setup.sh windows
     root=$(bash scripts/windows-root.sh)
     highway=$(bash scripts/highway.sh)
+    lapack=$(bash scripts/lapack.sh)
     echo "test: programs will run under Wine in $root"
-    build_and_test windows-x86 -DQUORVEL_HIGHWAY_SOURCE="$highway" -DQUORVEL_GTEST_SOURCE=/usr/src/googletest \
-      -DQUORVEL_HEADERS=/usr/include
+    build_and_test windows-x86 -DQUORVEL_HIGHWAY_SOURCE="$highway" -DQUORVEL_LAPACK_SOURCE="$lapack" \
+      -DQUORVEL_GTEST_SOURCE=/usr/src/googletest -DQUORVEL_HEADERS=/usr/include
     ;;
   --arm64)
     bash scripts/setup.sh arm64
     root=$(bash scripts/arm64-root.sh)
-    build_and_test linux-arm64 -DQUORVEL_ARM64_ROOT="$root"
+    lapack=$(bash scripts/lapack.sh)
+    build_and_test linux-arm64 -DQUORVEL_ARM64_ROOT="$root" -DQUORVEL_LAPACK_SOURCE="$lapack"
     ;;
   *)
     echo "test.sh: '$1' is neither --windows nor --arm64" >&2

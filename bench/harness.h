@@ -87,6 +87,7 @@ std::shared_ptr<Samples<T>> buffer(std::size_t n) {
 
 // Each room's file registers its contests here; main calls them all.
 void registerBayerContests();
+void registerBayerReductionContests();
 void registerLayoutContests();
 void registerPixelContests();
 

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # What the build stands on. Systems that have packages of it are asked for those. Where there are none, as for Windows,
-# Highway and GoogleTest are built from source, and the program's header libraries are taken from the machine that
-# builds.
+# Highway, LAPACK and GoogleTest are built from source, and the program's header libraries are taken from the machine
+# that builds.
 set(QUORVEL_HIGHWAY_SOURCE "" CACHE PATH "Highway's source tree, where its package is not to be used")
+set(QUORVEL_LAPACK_SOURCE "" CACHE PATH "The reference LAPACK's source tree, where its package is not to be used")
 set(QUORVEL_GTEST_SOURCE "" CACHE PATH "GoogleTest's source tree, where its package is not to be used")
 set(QUORVEL_HEADERS "" CACHE PATH "Where CLI11 and fmt are found as headers alone, where their packages are not to be used")
 
@@ -16,6 +17,13 @@ if(QUORVEL_HIGHWAY_SOURCE)
   add_library(hwy::hwy ALIAS quorvel_highway)
 else()
   find_package(hwy REQUIRED)
+endif()
+
+if(QUORVEL_LAPACK_SOURCE)
+  enable_language(Fortran)
+  # Nothing of the Fortran runtime is called (cmake/lapack/runtime.cc), so nothing is to be linked that brings it along.
+  set(CMAKE_Fortran_IMPLICIT_LINK_LIBRARIES "")
+  add_subdirectory(cmake/lapack)
 endif()
 
 if(QUORVEL_TESTS AND QUORVEL_GTEST_SOURCE)

@@ -72,6 +72,63 @@ QUORVEL_API void copy9_1_9x(const std::uint8_t* src, std::uint8_t* dst, unsigned
 QUORVEL_API void prepareBayerSurface();
 
 /// @}
+/// @name Reduction
+/// Bayer frames made smaller that stay Bayer frames. A reduced sample belongs in the middle of the source sites that it
+/// stands for, or, after re-weighting, that far from the first green of its cell; the weights put it there. Any sample
+/// values are taken, sums do not wrap, and means are truncated. Nothing outside the frames is read or written.
+/// @{
+
+/// Reduces a frame of `width` x `height` samples, whose rows follow each other without a gap, by 2: every 4 x 4 block
+/// becomes a cell of `dst`, whose rows are `width` / 2 samples apart. With s(row, column) in the block the cell is
+///   G = (s(0,0) + s(0,2) + s(1,1) + s(2,0)) >> 2,   R = (s(0,1) + 2 s(0,3) + s(2,1)) >> 2,
+///   B = (s(1,0) + 2 s(3,0) + s(3,2)) >> 2,          G = (s(1,3) + s(2,2) + s(3,1) + s(3,3)) >> 2.
+/// Only whole blocks are taken, and only their cells are written: a frame with fewer than 4 rows or columns gives none.
+/// The buffers do not overlap. Returns 0.
+QUORVEL_API int compressBayer_x2(const std::uint16_t* src, unsigned width, unsigned height, std::uint16_t* dst);
+
+/// Reduces by 8: 16 x 16 blocks become cells of `dst`, whose rows are `width` / 8 samples apart. Every sample is the
+/// mean of its colour over its own 8 x 8 sites, weighted so that it lies exactly in the middle of them. Otherwise as
+/// `compressBayer_x2`.
+QUORVEL_API int compressBayer_x8(const std::uint16_t* src, unsigned width, unsigned height, std::uint16_t* dst);
+
+/// Reduces a frame that `bayerReweightFor_x2` has prepared by 2: takes the first cell of every 4 x 4 block as it is.
+/// Otherwise as `compressBayer_x2`.
+QUORVEL_API int compressBayer_x2Step(const std::uint16_t* src, unsigned width, unsigned height, std::uint16_t* dst);
+
+/// Reduces a frame that `bayerReweightFor_x4` or `bayerReweightFor_x4_from_x2` has prepared by 4: takes the first cell
+/// of every 8 x 8 block as it is, to rows that are `width` / 4 samples apart. Otherwise as `compressBayer_x2`.
+QUORVEL_API int compressBayer_x4Step(const std::uint16_t* src, unsigned width, unsigned height, std::uint16_t* dst);
+
+/// Prepares a frame for `compressBayer_x2Step`, in place or into a second buffer of the same shape (rows without a
+/// gap). At row y and column x of a sample
+///   the first green stays,   R = (3 R + R(y, x+2)) >> 2,   B = (3 B + B(y+2, x)) >> 2,
+///   the second G = ((8 G + 2 G(y+2, x+2) + G(y+2, x) + G(y, x+2)) x 341) >> 12,
+/// which loses 1/1024 of the second green, rounded up. The last column pair, the last B/G row, and an odd last column
+/// or row keep their samples: they are left alone in place, and copied to a second buffer.
+QUORVEL_API void bayerReweightFor_x2(const std::uint16_t* src, std::uint16_t* dst, unsigned width, unsigned height);
+
+/// Prepares a frame for `compressBayer_x4Step`, in place or into a second buffer: the first green stays, and
+///   R = (R(y, x+2) + R(y, x+4)) >> 1,   B = (B(y+2, x) + B(y+4, x)) >> 1,
+///   the second G = (G(y+2, x+2) + G(y+2, x+4) + G(y+4, x+2) + G(y+4, x+4)) >> 2.
+/// The last two column pairs, the last two B/G rows, and an odd last column or row keep their samples.
+QUORVEL_API void bayerReweightFor_x4(const std::uint16_t* src, std::uint16_t* dst, unsigned width, unsigned height);
+
+/// The same for a frame that `bayerReweightFor_x2` has prepared. Its rows are `pitch` samples apart, those of `dst`
+/// follow each other without a gap; both may be one buffer where `pitch` is `width`. The first green stays, and
+///   R = (3 R(y, x+2) + R(y, x+4)) >> 2,   B = (3 B(y+2, x) + B(y+4, x)) >> 2,
+///   the second G = (9 G(y+2, x+2) + 3 G(y+2, x+4) + 3 G(y+4, x+2) + G(y+4, x+4)) >> 4.
+/// What keeps its samples is as in `bayerReweightFor_x4`. The results lie at the same places as those of that routine,
+/// and are a little softer.
+QUORVEL_API void bayerReweightFor_x4_from_x2(const std::uint16_t* src, unsigned pitch, std::uint16_t* dst,
+                                             unsigned width, unsigned height);
+
+/// Makes a Bayer frame of a quarter of the size from colour planes of `width` x `height` samples, whose rows follow
+/// each other without a gap: every sample is the mean of its colour over its own 4 x 4 pixels. Only whole cells are
+/// made, from 8 x 8 pixels each; rows of `dst` are `pitch` samples apart. Returns 0.
+QUORVEL_API int rgbToBayer_x4(const std::uint16_t* r, const std::uint16_t* g, const std::uint16_t* b,
+                              std::uint16_t* dst, unsigned width, unsigned height, unsigned pitch);
+
+/// @}
 /// @name Calibration
 /// @{
 

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+// Plain models of the reduction of Bayer frames: lists of weights, applied cell by cell.
+#ifndef QUORVEL_TESTS_SUPPORT_REFERENCE_REDUCE_H_
+#define QUORVEL_TESTS_SUPPORT_REFERENCE_REDUCE_H_
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <vector>
+
+namespace quorvel::reference {
+
+using Words = std::vector<std::uint16_t>;
+
+struct Tap {
+  unsigned y, x;
+  std::uint64_t weight;
+};
+
+// For each sample of a cell, G, R, B, G, the taps in the block that the cell is made of.
+using CellTaps = std::array<std::vector<Tap>, 4>;
+
+inline std::uint64_t weightedMean(const std::vector<Tap>& taps, const std::uint16_t* at, std::size_t pitch) {
+  std::uint64_t sum = 0, weights = 0;
+  for (const Tap& t : taps) sum += t.weight * at[t.y * pitch + t.x], weights += t.weight;
+  return sum / weights;
+}
+
+inline const CellTaps& tapsBy2() {
+  static const CellTaps taps = {{{{0, 0, 1}, {0, 2, 1}, {1, 1, 1}, {2, 0, 1}},
+                                 {{0, 1, 1}, {0, 3, 2}, {2, 1, 1}},
+                                 {{1, 0, 1}, {3, 0, 2}, {3, 2, 1}},
+                                 {{1, 3, 1}, {2, 2, 1}, {3, 1, 1}, {3, 3, 1}}}};
+  return taps;
+}
+
+inline CellTaps tapsOfFirstCell() { return {{{{0, 0, 1}}, {{0, 1, 1}}, {{1, 0, 1}}, {{1, 1, 1}}}}; }
+
+// Green: all of the sample's own 8 x 8 sites. Red and blue: a sample stands for a square two sites wide, and weighs
+// what the own sites cover of it; in half sites, that is an overlap of two intervals in each direction.
+inline CellTaps tapsBy8() {
+  const auto overlap = [](int at, int ownFirst) {
+    return static_cast<std::uint64_t>(
+        std::max(0, std::min(2 * at + 2, 2 * ownFirst + 15) - std::max(2 * at - 2, 2 * ownFirst - 1)));
+  };
+  CellTaps taps;
+  for (int y = 0; y < 16; ++y) {
+    for (int x = 0; x < 16; ++x) {
+      const auto row = static_cast<unsigned>(y), column = static_cast<unsigned>(x);
+      if ((y + x) % 2 == 0 && y / 8 == x / 8) taps[y < 8 ? 0 : 3].push_back({row, column, 1});
+      if (y % 2 == 0 && x % 2 == 1) taps[1].push_back({row, column, overlap(y, 0) * overlap(x, 8)});
+      if (y % 2 == 1 && x % 2 == 0) taps[2].push_back({row, column, overlap(y, 8) * overlap(x, 0)});
+    }
+  }
+  return taps;
+}
+
+// Whole blocks of `src` into `dst`, which keeps what is not written.
+inline void reduceBlocks(const CellTaps& taps, unsigned factor, const Words& src, unsigned width, unsigned height,
+                         Words& dst) {
+  const std::size_t block = 2 * factor, dstPitch = width / factor;
+  for (std::size_t y = 0; y < height / block; ++y) {
+    for (std::size_t x = 0; x < width / block; ++x) {
+      for (std::size_t k = 0; k < 4; ++k) {
+        dst[(2 * y + k / 2) * dstPitch + 2 * x + k % 2] =
+            static_cast<std::uint16_t>(weightedMean(taps[k], &src[block * (y * width + x)], width));
+      }
+    }
+  }
+}
+
+// Taps of re-weighting, relative to the cell's first sample; `reach` cells ahead must be there in a direction in which
+// a sample has taps.
+inline CellTaps tapsAhead(unsigned firstCell, std::uint64_t near, std::uint64_t far) {
+  const unsigned n = 2 * firstCell, f = n + 2;
+  return {{{{0, 0, 1}},
+           {{0, n + 1, near}, {0, f + 1, far}},
+           {{n + 1, 0, near}, {f + 1, 0, far}},
+           {{n + 1, n + 1, near * near},
+            {n + 1, f + 1, near * far},
+            {f + 1, n + 1, far * near},
+            {f + 1, f + 1, far * far}}}};
+}
+
+inline Words reweighted(const CellTaps& taps, unsigned reach, bool twelfths, const Words& src, std::size_t pitch,
+                        std::size_t width, std::size_t height) {
+  Words dst(width * height);
+  for (std::size_t y = 0; y < height; ++y) {
+    for (std::size_t x = 0; x < width; ++x) {
+      const std::uint16_t* const own = &src[y * pitch + x];
+      std::uint64_t value = *own;
+      const bool columnsAhead = x / 2 + reach < width / 2;
+      const bool rowsAhead = y % 2 == 0 ? y / 2 < height / 2 : y / 2 + reach < height / 2;
+      if (columnsAhead && rowsAhead) {
+        const std::uint16_t* const cell = own - y % 2 * pitch - x % 2;
+        value = weightedMean(taps[y % 2 * 2 + x % 2], cell, pitch);
+        if (twelfths && y % 2 == 1 && x % 2 == 1) {
+          value = (8u * own[0] + 2u * own[2 * pitch + 2] + own[2 * pitch] + own[2]) * 341 >> 12;
+        }
+      }
+      dst[y * width + x] = static_cast<std::uint16_t>(value);
+    }
+  }
+  return dst;
+}
+
+inline Words reweightedFor2(const Words& src, std::size_t width, std::size_t height) {
+  return reweighted(tapsAhead(0, 3, 1), 1, true, src, width, width, height);
+}
+
+inline Words reweightedFor4(const Words& src, std::size_t width, std::size_t height) {
+  return reweighted(tapsAhead(1, 1, 1), 2, false, src, width, width, height);
+}
+
+inline Words reweightedFrom2To4(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
+  return reweighted(tapsAhead(1, 3, 1), 2, false, src, pitch, width, height);
+}
+
+// Means of 4 x 4 into rows `pitch` apart of `dst`, which keeps what is not written.
+inline void mosaicOfMeans(const Words (&rgb)[3], unsigned width, unsigned height, std::size_t pitch, Words& dst) {
+  for (std::size_t y = 0; y < height / 8 * 2; ++y) {
+    for (std::size_t x = 0; x < width / 8 * 2; ++x) {
+      const Words& plane = rgb[(y + x) % 2 == 0 ? 1 : y % 2 == 0 ? 0 : 2];
+      unsigned sum = 0;
+      for (std::size_t k = 0; k < 16; ++k) sum += plane[(4 * y + k / 4) * width + 4 * x + k % 4];
+      dst[y * pitch + x] = static_cast<std::uint16_t>(sum / 16);
+    }
+  }
+}
+
+}  // namespace quorvel::reference
+
+#endif  // QUORVEL_TESTS_SUPPORT_REFERENCE_REDUCE_H_
