@@ -86,8 +86,10 @@ std::shared_ptr<Samples<T>> buffer(std::size_t n) {
 }
 
 // Each room's file registers its contests here; main calls them all.
+void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
+void registerGeometryTileContests();
 void registerLayoutContests();
 void registerPixelContests();
 
