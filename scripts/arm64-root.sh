@@ -7,7 +7,7 @@ cd "$(dirname "$0")"
 . ./debian.sh
 
 root=$quorvel_cache/arm64-root
-packages=libc6-dev,libstdc++-12-dev,libhwy-dev,libgtest-dev,libcli11-dev,libfmt-dev,libpng-dev,libraw-dev,libtiff-dev
+packages=libc6-dev,libstdc++-12-dev,libhwy-dev,libgtest-dev,libcli11-dev,libfmt-dev,nlohmann-json3-dev,libpng-dev,libraw-dev,libtiff-dev
 if [ ! -e "$root/.complete" ] || [ "$(cat "$root/.complete")" != "$packages" ]; then
   if [ "$(id -u)" -ne 0 ]; then
     echo "arm64-root: making a root needs root" >&2

@@ -6,6 +6,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/options.h"
+#include "host/io/calibration_file.h"
 #include "host/report/progress.h"
 #include "host/report/psnr.h"
 #include "host/road/road.h"
@@ -22,7 +23,7 @@ struct WhiteBalance {
 
 struct Arguments {
   std::vector<std::string> inputs;
-  std::string output, truth;
+  std::string output, truth, calibration;
   ReadOptions read;
   Method method = kMethods[1];
   WhiteBalance balance;
@@ -94,12 +95,22 @@ Gains gainsFor(const WhiteBalance& balance, const RawFrame& frame, const Planes&
 }
 
 // One frame, from file to file; returns its megapixels.
-double develop(const Arguments& a, const Job& job, Progress& progress) {
+double develop(const Arguments& a, const Job& job, const std::optional<DarkCalibration>& dark, Progress& progress) {
   std::error_code error;
   if (fs::equivalent(job.input, job.output, error)) throw DataError(job.output, "is the frame itself");
   requireBuilt(job.format, job.output);
   OutputFile out(job.output, a.force);  // before the work: a name that cannot be written costs no time
-  const RawFrame frame = aboveBlack(readRawFrame(job.input, a.read));
+  RawFrame frame = readRawFrame(job.input, a.read);
+  if (dark) {
+    if (frame.width != dark->width || frame.height != dark->height) {
+      throw DataError(job.input, fmt::format("is {} x {}, but the calibration is of {} x {}", frame.width, frame.height,
+                                             dark->width, dark->height));
+    }
+    frame = calibrated(std::move(frame), *dark);
+    if (a.read.black) frame.black = *a.read.black;  // what the user says outright holds
+    requireBlackBelowWhite(frame, job.input);
+  }
+  frame = aboveBlack(std::move(frame));
   const Demosaiced done = demosaic(frame, a.method.method, a.time ? kTimedRuns : 1);
   const Gains gains = gainsFor(a.balance, frame, done.planes, job.input);
   std::string quality;
@@ -119,9 +130,11 @@ double develop(const Arguments& a, const Job& job, Progress& progress) {
 
 int developAll(const Arguments& a) {
   const std::vector<Job> jobs = plan(a);
+  std::optional<DarkCalibration> dark;
+  if (!a.calibration.empty()) dark = readCalibration(a.calibration);
   if (jobs.size() == 1) {
     Progress silent(1);
-    develop(a, jobs[0], silent);
+    develop(a, jobs[0], dark, silent);
     return kDone;
   }
   if (!a.truth.empty()) throw UsageError("--truth goes with one frame");
@@ -135,7 +148,7 @@ int developAll(const Arguments& a) {
     };
     // A headerless frame without its size is wrong usage of all frames, and leaves the loop.
     try {
-      megapixels = develop(a, job, progress);
+      megapixels = develop(a, job, dark, progress);
     } catch (const DataError& e) {
       note(e.what());
     } catch (const std::bad_alloc&) {
@@ -198,6 +211,10 @@ void addDevelop(CLI::App& program, Action& chosen) {
             "png, tif or ppm", parseType)
       ->type_name("NAME");
   addReadOptions(*command, a->read);
+  command
+      ->add_option("--calibration", a->calibration,
+                   "What calibrate dark has measured: its black levels, and neighbours in place of hot pixels")
+      ->type_name("FILE");
   command->add_option("--truth", a->truth, "Linear planes without noise as a PPM: tells the PSNR against them")
       ->type_name("FILE");
   command->add_flag("--time", a->time, "Repeat the demosaicing and tell the best time");

@@ -34,6 +34,10 @@ int run(std::vector<std::string> arguments) {
   addDevelop(program, chosen);
   addScene(program, chosen);
   addContactSheet(program, chosen);
+  addCalibrate(program, chosen);
+  addHistogram(program, chosen);
+  addReduce(program, chosen);
+  addRotate(program, chosen);
   addInfo(program, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

@@ -125,9 +125,13 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
   if (options.white) mosaic.frame.white = *options.white;
   RawFrame frame = normalised(std::move(mosaic), file);
   if (options.black) frame.black = *options.black;
+  requireBlackBelowWhite(frame, file);
+  return frame;
+}
+
+void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file) {
   const int black = *std::max_element(frame.black.begin(), frame.black.end());
   if (black >= frame.white) throw DataError(file, fmt::format("black, {}, is not below white, {}", black, frame.white));
-  return frame;
 }
 
 std::optional<RawFormat> rawFormatToWrite(const fs::path& file) {

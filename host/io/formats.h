@@ -35,6 +35,9 @@ struct ReadOptions {
 // Throws DataError, and UsageError where a headerless file comes without its size.
 RawFrame readRawFrame(const fs::path& file, const ReadOptions& options);
 
+// Throws DataError for levels between which no picture has room.
+void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file);
+
 // By the extension; nothing for one that is not written.
 std::optional<RawFormat> rawFormatToWrite(const fs::path& file);
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file);

@@ -26,7 +26,7 @@ namespace quorvel::test {
 namespace {
 
 // A change here means that results have changed, or that a routine has come: say which in the message of the commit.
-constexpr std::uint64_t kDigestOfAllRoutines = 0x2d8123f1c696e496;
+constexpr std::uint64_t kDigestOfAllRoutines = 0x65cacefe31294452;
 
 // FNV-1a, bytes in the order in which little-endian memory has them.
 class Digest {
