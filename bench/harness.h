@@ -86,9 +86,11 @@ std::shared_ptr<Samples<T>> buffer(std::size_t n) {
 }
 
 // Each room's file registers its contests here; main calls them all.
+void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
+void registerGeometryTileContests();
 void registerLayoutContests();
 void registerPixelContests();
 

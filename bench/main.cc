@@ -67,8 +67,10 @@ int main(int argc, char** argv) {
   quorvel::bench::registerPixelContests();
   quorvel::bench::registerLayoutContests();
   quorvel::bench::registerBayerContests();
+  quorvel::bench::registerBayerCalibrationContests();
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
+  quorvel::bench::registerGeometryTileContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),
