@@ -2,6 +2,8 @@
 // The subcommands that make a raw frame out of a raw frame: reduce and rotate.
 #include <memory>
 
+#include <nlohmann/json.hpp>
+
 #include "host/commands/commands.h"
 #include "host/commands/options.h"
 #include "host/road/reshape.h"
@@ -13,7 +15,7 @@ struct Arguments {
   std::string frame, output;
   unsigned factor = 2;
   ReadOptions read;
-  bool force = false;
+  bool json = false, force = false;
 };
 
 void addCommon(CLI::App& command, Arguments& a) {
@@ -22,6 +24,7 @@ void addCommon(CLI::App& command, Arguments& a) {
       ->required()
       ->type_name("FILE");
   addReadOptions(command, a.read);
+  command.add_flag("--json", a.json, "Tell what was made as JSON");
   command.add_flag("--force", a.force, "Replace a file that exists");
 }
 
@@ -38,7 +41,13 @@ int reshape(const Arguments& a, Step step) {
   if (!made) throw DataError(a.frame, fmt::format("is {} x {}, too small for this", frame.width, frame.height));
   writeRawFrame(out, *made, *format);
   out.commit();
-  fmt::print("{} -> {}: {} x {}\n", a.frame, a.output, made->width, made->height);
+  if (a.json) {
+    const nlohmann::ordered_json json = {
+        {"frame", a.frame}, {"output", a.output}, {"width", made->width}, {"height", made->height}};
+    fmt::print("{}\n", json.dump());
+  } else {
+    fmt::print("{} -> {}: {} x {}\n", a.frame, a.output, made->width, made->height);
+  }
   return kDone;
 }
 

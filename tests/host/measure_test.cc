@@ -209,6 +209,7 @@ TEST_F(Measure, TheProgramTellsWhatTheStepsMeasure) {
       {"reduce s.pgm -o small.pgm -x 3", "'3' is not 2, 4 or 8", 2},
       {"reduce s.pgm -o s.pgm --force", "is the frame itself", 1},
       {"rotate s.pgm -o turned.pgm", "99 x 63", 0},
+      {"rotate s.pgm -o turned.tif --json --force", "turned.tif", builds("TIFF") ? 0 : 1},
       {"develop d1.pgm -o d.ppm --calibration dark.json", "d.ppm", 0},
   };
   for (const auto& c : cases) {
