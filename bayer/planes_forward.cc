@@ -78,8 +78,8 @@ SplitWeights splitWeights(const Weights& w) {
   if constexpr (S::kWide) {
     return {PairWeights({w.r >> kLowBits, w.g >> kLowBits, w.b >> kLowBits}),
             PairWeights({w.r & kLowMask, w.g & kLowMask, w.b & kLowMask})};
-  } else if constexpr (S::kHalved &&
-                       kLuminance) {  // the weight of green exceeds a signed word: it counts in two halves
+  } else if constexpr (S::kHalved && kLuminance) {
+    // The weight of green exceeds a signed word: it counts in two halves.
     return {PairWeights({w.r, w.g - w.g / 2, w.b}), PairWeights({0, w.g / 2, 0})};
   } else {
     return {PairWeights({w.r >> S::kHalved, w.g >> S::kHalved, w.b >> S::kHalved}), {}};
@@ -174,8 +174,8 @@ class WeightedRule {
  private:
   using Plane = typename S::Plane;
   static constexpr std::int32_t kBias = 1 << 15;
-  // The bits that sums still have to drop. A wide one has left those of its low part, but for one.
-  static constexpr int kWideBits = S::kDropped - kLowBits + 1;
+  // The bits that sums still have to drop. A wide one has left those of its low part behind.
+  static constexpr int kWideBits = S::kDropped - kLowBits;
   static constexpr int kLuminanceBits = S::kWide ? kWideBits : S::kDropped;
   static constexpr int kChromaBits = S::kWide ? kWideBits : S::kDropped - S::kHalved;
 
@@ -192,25 +192,27 @@ class WeightedRule {
       const V low = sumOf<kSecond>(d, w.part, top, bottom);
       sum = hn::Add(sum, hn::ShiftRight<kLowBits>(low));
       if constexpr (!S::kRounded) {
-        const V down = hn::ShiftRight<S::kDropped - kLowBits>(sum);
+        const V down = hn::ShiftRight<kWideBits>(sum);
         return clampedTo(kLuminance ? hn::Add(down, hn::Set(d, whole_)) : down, range_);
       }
-      // One bit more that is set where anything was dropped keeps halves apart from what lies just above them.
+      // What is exactly a half of the sum is one of the value only where the low part drops nothing.
       const V dropped = hn::And(low, hn::Set(d, kLowMask));
-      sum = hn::Add(hn::Add(sum, sum), hn::Min(dropped, hn::Set(d, 1)));
+      return rounded<kLuminance>(d, sum, hn::VecFromMask(d, hn::Eq(dropped, hn::Zero(d))));
     } else if constexpr (S::kHalved && kLuminance) {
       sum = kSecond ? addProducts(d, bottom, w.part.bottom[1], sum) : addProducts(d, top, w.part.top[0], sum);
     }
-    return rounded<kLuminance>(d, sum);
+    return rounded<kLuminance>(d, sum, hn::Set(d, -1));
   }
 
+  // `exact` is -1 where the sum is the value, and 0 where the value lies above it by less than 1.
   template <bool kLuminance, class D, class V>
-  HWY_INLINE V rounded(D d, V sum) const {
+  HWY_INLINE V rounded(D d, V sum, V exact) const {
     constexpr int kShift = kLuminance ? kLuminanceBits : kChromaBits;
     const SumRange& range = kLuminance ? luminance_ : chroma_;
     const V held = clampedTo(sum, {range.low, range.high});
     const V v = hn::Add(held, hn::Set(d, range.shift));
-    const V half = hn::Add(hn::Set(d, 1 << (kShift - 1)), hn::BroadcastSignBit(v));  // a half less rounds down
+    // Below zero a half rounds down.
+    const V half = hn::Add(hn::Set(d, 1 << (kShift - 1)), hn::And(hn::BroadcastSignBit(v), exact));
     return hn::ShiftRight<kShift>(hn::Add(v, half));
   }
 
