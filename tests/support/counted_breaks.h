@@ -5,6 +5,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+#undef far  // words of older compilers that it takes from everyone
+#undef near
 #else
 #include <csignal>
 #endif

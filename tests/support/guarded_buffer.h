@@ -13,6 +13,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+#undef far  // words of older compilers that it takes from everyone
+#undef near
 #else
 #include <sys/mman.h>
 #include <unistd.h>
