@@ -67,7 +67,8 @@ void addGreenChain(const std::uint16_t* HWY_RESTRICT evenRow, const std::uint16_
     LaneSum<std::uint32_t> differences, sum;
     forLanes<std::uint32_t>(std::min(kChunk, n - first), [&](auto d, std::size_t i) HWY_ATTR {
       const hn::Rebind<std::uint16_t, decltype(d)> half;
-      const auto place = hn::Iota(half, static_cast<std::uint16_t>(i));
+      // Vectors start at even places, single lanes anywhere.
+      const auto place = hn::Add(hn::Iota(half, 0), hn::Set(half, i % 2));
       const auto even = hn::Eq(hn::And(place, hn::Set(half, 1)), hn::Zero(half));
       const auto load = [=](const std::uint16_t* row, std::size_t ahead)
                             HWY_ATTR { return hn::LoadU(half, row + first + i + ahead); };

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Histograms of rows and frames. A counter costs a store, and a processor makes one a cycle, unless the same counter is
-// wanted again at once: then each count waits for the store of the last. In dark, clipped and even parts of a frame a
-// plain loop does nothing but wait. So a frame is counted in two sets of counters a colour, of 16 bits, which keeps all
-// of them in the first-level cache, and which lie side by side, so that stores that follow each other often hit the
-// same line. They are for samples of 12 bits; a frame with wider ones goes on with the plain loop where the first of
-// them is met.
+// Histograms of rows and frames. A counter costs a store, and a processor makes about one a cycle, which a plain loop
+// reaches, unless the same counter is wanted again at once: then each count waits for the store of the last. In dark,
+// clipped and even parts of a frame it does nothing but wait. So rows that repeat themselves are counted in four sets
+// of counters, in turns. These are of 16 bits, which makes them small beside the first-level cache, and the counters of
+// a value lie side by side, so that stores that follow each other hit the same line.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "bayer/histogram.cc"
 #include <hwy/foreach_target.h>
@@ -19,16 +18,42 @@ HWY_BEFORE_NAMESPACE();
 namespace quorvel {
 namespace HWY_NAMESPACE {
 
-// totals[i] += pairs[2i] + pairs[2i + 1], and the pairs begin again at 0.
-void drainPairs(std::uint16_t* HWY_RESTRICT pairs, std::uint32_t* HWY_RESTRICT totals, std::size_t n) {
+inline constexpr std::size_t kSets = 4;
+
+// totals[i] += the four counters of value i, which begin again at 0.
+void drainSets(std::uint16_t* HWY_RESTRICT counters, std::uint32_t* HWY_RESTRICT totals, std::size_t n) {
   forLanes<std::uint32_t>(n, [=](auto d, std::size_t i) HWY_ATTR {
     const hn::Rebind<std::uint16_t, decltype(d)> half;
-    hn::Vec<decltype(half)> first, second;
-    hn::LoadInterleaved2(half, pairs + 2 * i, first, second);
-    const auto counted = hn::Add(hn::PromoteTo(d, first), hn::PromoteTo(d, second));
-    hn::StoreU(hn::Add(hn::LoadU(d, totals + i), counted), d, totals + i);
+    hn::Vec<decltype(half)> sets[kSets];
+    hn::LoadInterleaved4(half, counters + kSets * i, sets[0], sets[1], sets[2], sets[3]);
+    auto total = hn::LoadU(d, totals + i);
+    for (const auto& set : sets) total = hn::Add(total, hn::PromoteTo(d, set));
+    hn::StoreU(total, d, totals + i);
   });
-  std::fill_n(pairs, 2 * n, std::uint16_t{0});
+  std::fill_n(counters, kSets * n, std::uint16_t{0});
+}
+
+// Whether more than a quarter of the samples equal the next of their colour, by a look at every eighth vector.
+bool repeatsItself(const std::uint16_t* HWY_RESTRICT row, std::size_t n) {
+  const hn::ScalableTag<std::uint16_t> d;
+  const std::size_t lanes = hn::Lanes(d);
+  std::size_t seen = 0, equal = 0;
+  for (std::size_t i = 0; i + 2 + lanes <= n; i += 8 * lanes, seen += lanes) {
+    equal += hn::CountTrue(d, hn::Eq(hn::LoadU(d, row + i), hn::LoadU(d, row + i + 2)));
+  }
+  return 4 * equal > seen;
+}
+
+// Whether no sample of a row has more than 12 bits.
+bool fits12Bits(const std::uint16_t* HWY_RESTRICT row, std::size_t n) {
+  const hn::ScalableTag<std::uint16_t> d;
+  const std::size_t lanes = hn::Lanes(d);
+  auto seen = hn::Zero(d);
+  std::size_t i = 0;
+  for (; i + lanes <= n; i += lanes) seen = hn::Or(seen, hn::LoadU(d, row + i));
+  bool fits = hn::AllTrue(d, hn::Eq(hn::ShiftRight<12>(seen), hn::Zero(d)));
+  for (; i < n; ++i) fits = fits && row[i] >> 12 == 0;
+  return fits;
 }
 
 }  // namespace HWY_NAMESPACE
@@ -38,8 +63,6 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 
 #include <array>
-#include <bit>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -47,7 +70,9 @@ HWY_AFTER_NAMESPACE();
 namespace quorvel {
 namespace {
 
-HWY_EXPORT(drainPairs);
+HWY_EXPORT(drainSets);
+HWY_EXPORT(fits12Bits);
+HWY_EXPORT(repeatsItself);
 
 constexpr int kOddRow = -1;
 
@@ -57,95 +82,72 @@ bool countable(const std::uint16_t* row, unsigned count) {
 
 // Every `step`-th pair of a row, the first one included.
 void countPairs(const std::uint16_t* row, std::size_t count, std::uint32_t* even, std::uint32_t* odd,
-                std::uint64_t step = 1) {
-  for (std::uint64_t i = 0; i < count; i += 2 * step) {
+                std::size_t step = 1) {
+  for (std::size_t i = 0; i < count; i += 2 * step) {
     ++even[row[i]];
     ++odd[row[i + 1]];
   }
 }
 
-constexpr std::size_t kValues = 4096;
+constexpr std::size_t kValues = 4096, kSets = 4;
 
-// One colour's two sets: the counters of a value lie side by side. The line behind them sets the colours off against
-// each other: at a multiple of 4 KiB a processor takes the counters of equal values for the same ones, and waits.
+// One colour's sets. The gap sets the colours off against each other: at a multiple of 4 KiB a processor takes the
+// counters of equal values for the same ones, and waits.
 struct alignas(64) ColourCounters {
-  std::uint16_t pairs[2 * kValues];
+  std::uint16_t ofValue[kValues][kSets];
   std::uint16_t gap[96];
 };
 
-static_assert(std::endian::native == std::endian::little, "the first sample of a group is its lowest");
-
-// Counts whole groups of four samples and, where `kStep` is -1, takes them back; what is left over is for the plain
-// loop. Returns the bitwise OR of all the groups.
-template <int kStep>
-std::uint64_t countGroups(const std::uint16_t* row, std::size_t count, ColourCounters& evens, ColourCounters& odds) {
-  constexpr std::uint64_t kMask = kValues - 1;
-  std::uint64_t seen = 0;
-  std::uint16_t* const even = evens.pairs;
-  std::uint16_t* const odd = odds.pairs;
-  for (std::size_t i = 0; i + 4 <= count; i += 4) {
-    std::uint64_t four;
-    std::memcpy(&four, row + i, sizeof four);
-    seen |= four;
-    even[2 * (four & kMask)] += kStep;
-    even[2 * (four >> 32 & kMask) + 1] += kStep;
-    odd[2 * (four >> 16 & kMask)] += kStep;
-    odd[2 * (four >> 48 & kMask) + 1] += kStep;
+// Whole groups of four pairs, each pair in its own set. What is left over is for the plain loop.
+void countInTurns(const std::uint16_t* HWY_RESTRICT row, std::size_t groups, ColourCounters& evens,
+                  ColourCounters& odds) {
+  for (std::size_t g = 0; g < groups; ++g, row += 2 * kSets) {
+    for (std::size_t set = 0; set < kSets; ++set) ++evens.ofValue[row[2 * set]][set];
+    for (std::size_t set = 0; set < kSets; ++set) ++odds.ofValue[row[2 * set + 1]][set];
   }
-  return seen;
 }
 
 // The histograms of a frame and the counters before them.
 class FrameCount {
  public:
   FrameCount(std::uint32_t* r, std::uint32_t* g, std::uint32_t* b, unsigned width, unsigned height)
-      : totals_{r, g, b}, width_(width), perPairOfRows_(width / 2) {
-    // Clearing and adding up cost as much as counting some ten thousand samples.
-    const bool worthIt = std::uint64_t{width} * height >= kFewSamples && perPairOfRows_ <= kFull;
-    if (worthIt) counters_.reset(new (std::nothrow) std::array<ColourCounters, 3>());
+      : totals_{r, g, b}, width_(width), groups_(width / (2 * kSets)) {
+    if (std::uint64_t{width} * height >= kManySamples && groups_ <= kFull) {
+      counters_.reset(new (std::nothrow) std::array<ColourCounters, 3>());
+    }
   }
 
   void countRow(const std::uint16_t* row, bool lower) {
     const Colour even = lower ? kBlue : kGreen, odd = lower ? kGreen : kRed;
-    if (counters_ == nullptr) {
-      countPairs(row, width_, totals_[even], totals_[odd]);
-      return;
+    std::size_t done = 0;
+    if (repeats_ && HWY_DYNAMIC_DISPATCH(fits12Bits)(row, width_)) {
+      if (counted_ + groups_ > kFull) finish();
+      counted_ += groups_;
+      countInTurns(row, groups_, (*counters_)[even], (*counters_)[odd]);
+      done = groups_ * 2 * kSets;
     }
-    ColourCounters &evens = (*counters_)[even], &odds = (*counters_)[odd];
-    if (!lower) makeRoom();
-    if ((countGroups<1>(row, width_, evens, odds) & kTooWide) != 0) {
-      countGroups<-1>(row, width_, evens, odds);
-      finish();
-      counters_.reset();
-      countRow(row, lower);
-      return;
-    }
-    const std::size_t whole = width_ / 4 * 4;
-    countPairs(row + whole, width_ - whole, totals_[even], totals_[odd]);
+    countPairs(row + done, width_ - done, totals_[even], totals_[odd]);
+    // Looked at while it is in the cache, and held to be like the next one: only the time depends on that.
+    repeats_ = counters_ != nullptr && HWY_DYNAMIC_DISPATCH(repeatsItself)(row, width_);
   }
 
   void finish() {
-    if (counters_ == nullptr) return;
-    for (std::size_t c = 0; c < totals_.size(); ++c) {
-      HWY_DYNAMIC_DISPATCH(drainPairs)((*counters_)[c].pairs, totals_[c], kValues);
+    for (std::size_t c = 0; counted_ != 0 && c < totals_.size(); ++c) {
+      HWY_DYNAMIC_DISPATCH(drainSets)((*counters_)[c].ofValue[0], totals_[c], kValues);
     }
     counted_ = 0;
   }
 
  private:
   enum Colour { kRed, kGreen, kBlue };
-  static constexpr std::uint64_t kFewSamples = 1 << 16, kTooWide = 0xF000F000F000F000;
-  static constexpr unsigned kFull = std::numeric_limits<std::uint16_t>::max();
-
-  // Before a counter can overflow. A pair of rows may bring a green counter a quarter of each row.
-  void makeRoom() {
-    if (counted_ + perPairOfRows_ > kFull) finish();
-    counted_ += perPairOfRows_;
-  }
+  // From here on clearing the counters and adding them up costs little beside counting.
+  static constexpr std::uint64_t kManySamples = 1 << 18;
+  static constexpr std::size_t kFull = std::numeric_limits<std::uint16_t>::max();
 
   std::array<std::uint32_t*, 3> totals_;
-  std::size_t width_;
-  unsigned perPairOfRows_, counted_ = 0;
+  std::size_t width_, groups_;
+  bool repeats_ = false;
+  std::size_t counted_ = 0;  // what a counter of green may have come to: one a group and row
   std::unique_ptr<std::array<ColourCounters, 3>> counters_;
 };
 
@@ -173,7 +175,7 @@ int calcBayerGRHistogramm16_32(const std::uint16_t* row, unsigned count, std::ui
 int calcBayerGRHistogrammSkip16_32(const std::uint16_t* row, unsigned count, std::uint32_t* even, std::uint32_t* odd,
                                    unsigned skip) {
   if (!countable(row, count)) return kOddRow;
-  countPairs(row, count, even, odd, std::uint64_t{skip} + 1);
+  countPairs(row, count, even, odd, std::size_t{std::min(skip, count / 2)} + 1);
   return 0;
 }
 

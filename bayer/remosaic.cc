@@ -26,7 +26,7 @@ void mosaicRows(const std::uint16_t* const* planes, std::size_t width, std::size
   const auto body = [=](auto d, std::size_t row, std::size_t x, const auto& out) HWY_ATTR {
     const std::size_t at = row * width + x;
     const bool lower = (y + row) % 2 != 0;
-    const auto place = hn::Iota(d, static_cast<std::uint16_t>(x + lower));
+    const auto place = hn::Add(hn::Iota(d, 0), hn::Set(d, (x + lower) % 2));
     const auto green = hn::Eq(hn::And(place, hn::Set(d, 1)), hn::Zero(d));
     hn::StoreU(hn::IfThenElse(green, hn::LoadU(d, g + at), hn::LoadU(d, (lower ? b : r) + at)), d, out[0]);
   };
