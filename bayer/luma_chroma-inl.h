@@ -63,9 +63,8 @@ HWY_INLINE V addProducts(D d, V pairs, std::int32_t packedWeights, V sum) {
 }
 
 template <class D, class V>
-HWY_INLINE void storePairs(D d, V first, V second, std::uint16_t* row) {
+HWY_INLINE void storePairs([[maybe_unused]] D d, V first, V second, std::uint16_t* row) {
 #if HWY_TARGET == HWY_SCALAR
-  (void)d;
   row[0] = static_cast<std::uint16_t>(hn::GetLane(first));
   row[1] = static_cast<std::uint16_t>(hn::GetLane(second));
 #else

@@ -50,11 +50,10 @@ HWY_INLINE V pairOf(V even, V odd) {
 }
 
 template <class D>
-HWY_INLINE void storePairs(hn::Vec<D> pairs, D d, std::uint16_t* p) {
+HWY_INLINE void storePairs(hn::Vec<D> pairs, [[maybe_unused]] D d, std::uint16_t* p) {
 #if HWY_TARGET == HWY_SCALAR
   const std::uint32_t lane = hn::GetLane(pairs);
   std::memcpy(p, &lane, sizeof lane);
-  (void)d;
 #else
   const hn::Repartition<std::uint16_t, D> d16;
   hn::StoreU(hn::BitCast(d16, pairs), d16, p);
@@ -68,13 +67,12 @@ struct Sifted {
 };
 
 template <class D>
-HWY_INLINE Sifted<hn::Vec<D>> sifted(D d, hn::Vec<D> lower, hn::Vec<D> upper) {
+HWY_INLINE Sifted<hn::Vec<D>> sifted([[maybe_unused]] D d, hn::Vec<D> lower, hn::Vec<D> upper) {
 #if HWY_TARGET != HWY_SCALAR
   if constexpr (hn::MaxLanes(D()) > 1) {
     return {hn::ConcatEven(d, upper, lower), hn::ConcatOdd(d, upper, lower)};
   }
 #endif
-  (void)d;
   return {lower, upper};
 }
 
