@@ -103,8 +103,7 @@ TEST(CorrectBayerFocus, FollowsTheModelInPlaceTooAndReadsItsThreeRowsOnly) {
           guard, [&](auto* src, auto* dst) { return correctBayerFocus(src + 2 * pitch, dst, pitch, n, w.b, w.c); },
           [&](const Words& src, Words& dst) { model(src, dst, 0, pitch, n); }, in, room<std::uint16_t>(n));
       prove(
-          guard,
-          [&](auto* src) { return correctBayerFocus(src + 2 * pitch, src + 2 * pitch, pitch, n, w.b, w.c); },
+          guard, [&](auto* src) { return correctBayerFocus(src + 2 * pitch, src + 2 * pitch, pitch, n, w.b, w.c); },
           [&](Words& src) { model(Words(src), src, 2 * pitch, pitch, n); }, in);
     });
   }

@@ -21,7 +21,8 @@ testing::AssertionResult sameSamples(const std::vector<T>& expected, const std::
   if (expected.size() != actual.size()) {
     return testing::AssertionFailure() << "expected " << expected.size() << " samples, got " << actual.size();
   }
-  const auto [e, a] = std::mismatch(expected.begin(), expected.end(), actual.begin());
+  const auto same = [](const T& x, const T& y) { return x == y || (x != x && y != y); };  // what is no number, too
+  const auto [e, a] = std::mismatch(expected.begin(), expected.end(), actual.begin(), same);
   if (e == expected.end()) return testing::AssertionSuccess();
   return testing::AssertionFailure() << "sample " << e - expected.begin() << " of " << expected.size() << ": expected "
                                      << +*e << ", got " << +*a;
