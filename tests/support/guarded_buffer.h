@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <span>
 #include <vector>
 
 #ifdef _WIN32
@@ -85,7 +84,6 @@ class GuardedBuffer {
 
   T* data() { return reinterpret_cast<T*>(payload_); }
   std::size_t size() const { return size_; }
-  std::span<T> span() { return {data(), size_}; }
   std::vector<T> copy() { return {data(), data() + size_}; }
 
   // Whether nothing was written beside the payload on its mapped side.
