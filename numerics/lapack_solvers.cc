@@ -31,11 +31,13 @@ Doubles copyOf(const sMatrixD& matrix) { return Doubles(matrix.data(), matrix.da
 std::size_t elements(int count) { return static_cast<std::size_t>(count); }
 
 template <typename Solver>
-int withMemory(Solver&& solver) {
+int withinMemory(Solver&& solver) {
   try {
     return solver();
   } catch (const std::bad_alloc&) {
     return matErrorMemory;
+  } catch (const CMatErrorM& error) {  // of a result matrix that could not grow
+    return error.code;
   }
 }
 
@@ -68,7 +70,7 @@ int leastSquares(const sMatrixD& A, const double* b, double condition, LeastSqua
 }  // namespace
 
 int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info) {
-  *info = withMemory([&] {
+  *info = withinMemory([&] {
     const int n = A->rows, one = 1, leading = std::max(1, n);
     if (A->columns != n) return kBadColumnsOfSquare;
     Doubles a = copyOf(*A), solution(b, b + n);
@@ -82,7 +84,7 @@ int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info) {
 }
 
 int solveLS(const sMatrixD* A, const double* b, double* x) {
-  return withMemory([&] {
+  return withinMemory([&] {
     if (A->rows < A->columns) return kBadLeadingDimensionOfSides;
     LeastSquares result;
     const int info = leastSquares(*A, b, -1, result);
@@ -92,7 +94,7 @@ int solveLS(const sMatrixD* A, const double* b, double* x) {
 }
 
 int solveLS_V(const sMatrixD& A, const sMatrixD& b, sMatrixD& x, int& rankDeficit) {
-  return withMemory([&] {
+  return withinMemory([&] {
     if (A.rows < A.columns || b.size() < elements(A.rows)) return kBadLeadingDimensionOfSides;
     LeastSquares result;
     const int info = leastSquares(A, b.data(), quorvel::rankCondition(), result);
@@ -106,7 +108,7 @@ int solveLS_V(const sMatrixD& A, const sMatrixD& b, sMatrixD& x, int& rankDefici
 }
 
 int solveSYMM_Vt(const sMatrixD& A, const sMatrixD& B, sMatrixD& X) {
-  return withMemory([&] {
+  return withinMemory([&] {
     const int n = A.rows, sides = B.columns, leading = std::max(1, n);
     if (A.columns != n) return kBadColumnsOfSquare - 1;  // the number of the order here
     if (B.rows != n) return kBadLeadingDimensionOfSides - 1;

@@ -21,6 +21,7 @@
 namespace quorvel {
 template <typename T>
 class Tableau;
+struct SimplexAccess;
 }
 
 /// Where an unknown stands.
@@ -84,7 +85,7 @@ class QUORVEL_API CSimplexProgram {
   int columnVariable(int column) const;
 
  private:
-  friend struct quorvelSimplexAccess;
+  friend struct quorvel::SimplexAccess;
   void clear();
 
   quorvel::Tableau<double>* double_ = nullptr;  // one of the two, or neither
