@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Several exchange steps on one row: multiply, add and clear dust, never fused, in the order of the steps. A few vectors
-// of the row stay in registers over all steps; the next vectors are independent of them and hide the latency.
+// Several exchange steps on one row: multiply, add and clear dust, never fused, in the order of the steps. A few
+// vectors of the row stay in registers over all steps; the next vectors are independent of them and hide the latency.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "numerics/exchange_kernel.cc"
 #include <hwy/foreach_target.h>

@@ -53,8 +53,8 @@ int leastSquares(const sMatrixD& A, const double* b, double condition, LeastSqua
   result.x.assign(b, b + m);
   int info = 0;
   const auto solve = [&](double* work, int length, int* integers) {
-    dgelsd_(&m, &n, &one, a.data(), &leading, result.x.data(), &leading, singular.data(), &condition, &result.rank, work,
-            &length, integers, &info);
+    dgelsd_(&m, &n, &one, a.data(), &leading, result.x.data(), &leading, singular.data(), &condition, &result.rank,
+            work, &length, integers, &info);
   };
   double length = 0;
   int integerLength = 0;

@@ -35,8 +35,8 @@ struct Twofold {
   void addProduct(T a, T b, const Halves<T>& halvesOfB) {
     const T product = a * b;
     const Halves<T> h(a);
-    lost += ((h.high * halvesOfB.high - product) + h.high * halvesOfB.low + h.low * halvesOfB.high) +
-            h.low * halvesOfB.low;
+    lost +=
+        ((h.high * halvesOfB.high - product) + h.high * halvesOfB.low + h.low * halvesOfB.high) + h.low * halvesOfB.low;
     add(product);
   }
   T value() const { return sum + lost; }

@@ -22,7 +22,7 @@ namespace quorvel {
 template <typename T>
 class Tableau;
 struct SimplexAccess;
-}
+}  // namespace quorvel
 
 /// Where an unknown stands.
 struct sVarDesc {
@@ -138,7 +138,8 @@ QUORVEL_API double lu_decompNL(double** rows, unsigned n, unsigned* pivots, int*
 /// be had they return 21780.
 /// @{
 
-/// Square systems by LU with partial pivoting (`dgesv`). `b` and `x` have A->rows entries; `info` gets what is returned.
+/// Square systems by LU with partial pivoting (`dgesv`). `b` and `x` have A->rows entries; `info` gets what is
+/// returned.
 QUORVEL_API int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info);
 
 /// The shortest of the vectors x of A->columns entries that minimise |A x - b|, by singular value decomposition
@@ -146,8 +147,8 @@ QUORVEL_API int solveEquationD1(const sMatrixD* A, const double* b, double* x, i
 QUORVEL_API int solveLS(const sMatrixD* A, const double* b, double* x);
 
 /// The same with the condition set by `setRankCondValue`: singular values below it, relative to the largest, count as
-/// 0. `rankDeficit` gets the number of columns less the rank. `b` has at least A.rows elements, else -7; `x` is brought to
-/// the shape A.columns x 1.
+/// 0. `rankDeficit` gets the number of columns less the rank. `b` has at least A.rows elements, else -7; `x` is brought
+/// to the shape A.columns x 1.
 QUORVEL_API int solveLS_V(const sMatrixD& A, const sMatrixD& b, sMatrixD& x, int& rankDeficit);
 
 /// Symmetric systems, definite or not, with any number of right-hand sides (`dsysv`). Reads the upper triangle of `A`.
@@ -210,9 +211,8 @@ typedef void (*LinearisedEquations)(void* context, const double* unknowns, sMatr
 QUORVEL_API int solveNonLinearEqv(sMatrixList& equations, double* unknowns, int count, LinearisedEquations linearise,
                                   void* context, double tolerance, int maxIterations);
 /// The same for hosts that no exception can reach: fills `error` and returns -1 in place of throwing.
-QUORVEL_API int trySolveNonLinearEqv(sMatrixList& equations, double* unknowns, int count,
-                                     LinearisedEquations linearise, void* context, double tolerance, int maxIterations,
-                                     CImgErrorText& error);
+QUORVEL_API int trySolveNonLinearEqv(sMatrixList& equations, double* unknowns, int count, LinearisedEquations linearise,
+                                     void* context, double tolerance, int maxIterations, CImgErrorText& error);
 
 /// @}
 }  // extern "C"

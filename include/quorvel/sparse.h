@@ -17,6 +17,13 @@
 #include <quorvel/types.h>
 
 class sMatrixList;
+class sSparseMatrix;
+
+namespace quorvel {
+struct Columns;
+struct EquationList;
+void store(const Columns& columns, std::uint32_t flags, sSparseMatrix& matrix);
+}  // namespace quorvel
 
 /// An entry of a line.
 struct sSparseEntry {
@@ -41,8 +48,8 @@ class QUORVEL_API sSparseMatrix {
   sSparseMatrix& operator=(const sSparseMatrix& other);
   ~sSparseMatrix();
 
-  /// Makes an empty matrix without flags, of `first` lines with a capacity of `second` entries each; the matrices that it
-  /// serves are square. The pool begins with max(third + 1, 4) * max(second + 1, 4) entries and grows as needed:
+  /// Makes an empty matrix without flags, of `first` lines with a capacity of `second` entries each; the matrices that
+  /// it serves are square. The pool begins with max(third + 1, 4) * max(second + 1, 4) entries and grows as needed:
   /// `third` is the number of entries that most lines will have. Negative numbers throw `CMatErrorM` 21769.
   void createSparseMatrix(int first, int second, int third);
   /// Appends an entry to a line. Returns 1, or 0 and stores nothing where the line already holds its capacity. A
@@ -75,12 +82,15 @@ class QUORVEL_API sSparseMatrix {
   std::int32_t positions = 0;  ///< 1 more than the highest position that the matrix has room for or holds
 
  private:
-  void makeRoom(int line);
-  void incMemory(std::size_t needed, int line);
+  friend void quorvel::store(const quorvel::Columns&, std::uint32_t, sSparseMatrix&);
+  sSparseEntry* appendLine(int line, std::int32_t count);
+  void makeRoom(int line, std::int32_t more);
+  void incMemory(std::size_t more, int line);
   void free();
 
   std::int32_t* rooms_ = nullptr;  // what each line may fill before it has to move
   std::size_t poolUsed_ = 0;
+  std::int32_t firstRoom_ = 1, linesBegun_ = 0;
 };
 
 /// A sparse matrix as hosts hold it.
@@ -104,8 +114,8 @@ class QUORVEL_API QSparseMatrix {
   /// gets the constants of the equations as a column.
   void convertFromJacobian(const sMatrixList& equations, sMatrixLD* constants);
   /// Makes the matrix anew from lines `firstX` to `lastX` and positions `firstY` to `lastY` of another, both ends
-  /// included. The flags of symmetry are kept where the block lies on the diagonal; elsewhere the block of a matrix with
-  /// one half stored is complete.
+  /// included. The flags of symmetry are kept where the block lies on the diagonal; elsewhere the block of a matrix
+  /// with one half stored is complete.
   void extractFrom(const QSparseMatrix& source, std::int32_t firstX, std::int32_t lastX, std::int32_t firstY,
                    std::int32_t lastY);
 
@@ -139,18 +149,14 @@ class QUORVEL_API QSparseMatrix {
 
   /// The inverse of a symmetric matrix of 3 x 3 blocks, by elimination of block after block. Blocks that no chain
   /// of entries connects are inverted apart, so that the inverse of a block-diagonal matrix takes time in proportion to
-  /// the number of its blocks, and is as sparse. Returns 0; 21762 for a matrix that is not square of an order divisible
-  /// by 3, or not marked as symmetric; 21774 where no remaining block of the diagonal can be inverted. `result` is
-  /// made anew, marked as symmetric, whole; it is left alone where the result is not 0.
+  /// the number of its blocks, and is as sparse. The caller guarantees the symmetry. Returns 0; 21762 for a matrix that
+  /// is not square of an order divisible by 3; 21774 where no remaining block of the diagonal can be inverted.
+  /// `result` is made anew, marked as symmetric, whole; it is left alone where 0 is not returned.
   int reverseSimmetric3x3(QSparseMatrix& result) const;
 
  private:
   sSparseMatrix* matrix_;
 };
-
-namespace quorvel {
-struct EquationList;
-}
 
 /// Observation equations: each says that a sum of unknowns times coefficients is a constant, as nearly as possible. All
 /// indices count from 0 and stop the process where they are out of range.
@@ -180,11 +186,11 @@ class QUORVEL_API sMatrixList {
   void convertToJacobian(sMatrixD* jacobian, sMatrixD* constants) const;
   void convertToJacobian(sMatrixLD* jacobian, sMatrixLD* constants) const;
 
-  /// Least squares: the unknowns that minimise the weighted sum of squares of the equations' errors, by the sparse normal
-  /// equations, with an order of elimination that keeps their factor sparse and one refinement in twice the precision.
-  /// `solution` has one entry for each unknown. Returns 0; or 21761 without unknowns, 21766 where the equations do
-  /// not determine an unknown (its pivot is below the linear precision, relative to its own normal equation), 21780 for
-  /// memory, and `solution` is left alone.
+  /// Least squares: the unknowns that minimise the weighted sum of squares of the equations' errors, by the sparse
+  /// normal equations, with an order of elimination that keeps their factor sparse and one refinement in twice the
+  /// precision. `solution` has one entry for each unknown. Returns 0; or 21761 without unknowns, 21766 where the
+  /// equations do not determine an unknown (its pivot is below the linear precision, relative to its own normal
+  /// equation), 21780 for memory, and `solution` is left alone.
   int calcResult(double* solution) const;
 
   /// Writes the equations as text, one a line, such as "2*x0 - 0.5*x3 = 1.25", at most `room` bytes with the closing
