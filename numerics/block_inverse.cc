@@ -45,7 +45,7 @@ class BlockMatrix {
     std::vector<char> open(blocks_, 1);
     for (std::size_t done = 0; done < blocks_; ++done) {
       std::size_t best = blocks_;
-      double inverse[9], size = 0;
+      double inverse[9] = {}, size = 0;
       for (std::size_t k = 0; k < blocks_; ++k) {
         double candidate[9];
         if (!open[k] || !invertDiagonal(k, candidate)) continue;
