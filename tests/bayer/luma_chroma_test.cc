@@ -215,13 +215,23 @@ TEST(LumaChroma, InverseVariantsEqualTheModel) {
 TEST(LumaChroma, ChangedWeightsServeTheNextCall) {
   std::int32_t* const weights = getRGBtoYCbCr_coefI16();
   const std::vector<std::int32_t> made(weights, weights + 9);
-  const Words frame = samples<std::uint16_t>(66 * 8, Pattern::Random, 3);
+  constexpr std::int32_t kChanged[][9] = {
+      // Negative weights, halves (the 1 in the middle decides), and the largest rows that are exact.
+      {-65536, 65536, 65537, 1 << 24, -(1 << 24), 32767, -1, -65536, -65535},
+      // The largest that 12-bit samples leave within 32 bits, and one beside them that is none of those.
+      {131071, -131072, 131070, 131068, 131068, 131068, -131072, -131072, -131072},
+      {131071, 131071, 131071, 131068, 131068, 131070, -131072, -131072, -131073}};
   IntegerVariant changed = reference::kApprox18;
-  // Negative weights, halves (the 1 in the middle decides), and the largest rows that are exact.
-  constexpr std::int32_t kChanged[9] = {-65536, 65536, 65537, 1 << 24, -(1 << 24), 32767, -1, -65536, -65535};
-  for (int i = 0; i < 9; ++i) changed.weights[i] = weights[i] = kChanged[i];
-  const Forward<std::int16_t> variant = {BayerRGBToYCbCrPlanesApprox18slow, nullptr, weighted<std::int16_t>(changed)};
-  onEveryTarget([&] { proveForward(variant, frame, 66, 66, 8, 2048, Guard::AfterEnd); });
+  for (const auto& row : kChanged) {
+    for (int i = 0; i < 9; ++i) changed.weights[i] = weights[i] = row[i];
+    const Forward<std::int16_t> variant = {BayerRGBToYCbCrPlanesApprox18slow, nullptr, weighted<std::int16_t>(changed)};
+    for (const std::uint16_t most : {65535, 4095, 4096}) {
+      const Words frame = samples<std::uint16_t>(66 * 8, Pattern::Extremes, 3, 0, most);
+      for (const int offset : {2048, -2048, 2049}) {
+        onEveryTarget([&] { proveForward(variant, frame, 66, 66, 8, offset, Guard::AfterEnd); });
+      }
+    }
+  }
   std::copy(made.begin(), made.end(), weights);
   EXPECT_EQ(made, (std::vector<std::int32_t>{39191, 76939, 14942, -22112, -43424, 65536, 65536, -54880, -10656}));
 }
