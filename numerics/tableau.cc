@@ -80,7 +80,9 @@ void Tableau<T>::settle() {
   constexpr std::size_t kPiece = 256;
   const int bands = (rows_ + kBand - 1) / kBand;
   [[maybe_unused]] const bool shared = rows_ >= 100;
+#if defined(_OPENMP)
 #pragma omp parallel for schedule(static) if (shared)
+#endif
   for (int band = 0; band < bands; ++band) {
     const int last = std::min(rows_, (band + 1) * kBand);
     for (std::size_t from = 0; from < index(columns_); from += kPiece) {
