@@ -30,7 +30,7 @@ static void registerDense() {
       }
       (*sides)(i, 0) = (*b)[static_cast<std::size_t>(i)] = i % 7;
     }
-    Contest contest("solveEqvD-" + std::to_string(n), order * order * sizeof(double));
+    Contest contest(std::string("solveEqvD-").append(std::to_string(n)), order * order * sizeof(double));
     contest.quorvel([=] {
       int status;
       solveEqvD2(*normal, *sides, x->data(), status);
@@ -60,7 +60,7 @@ static void registerFlight(int photos) {
   jacobian->convertFromJacobian(*list, constants.get());
   transposed->transponeFrom(*jacobian);
   const std::size_t bytes = static_cast<std::size_t>(jacobian->count()) * sizeof(sSparseEntry);
-  const std::string suffix = "-" + std::to_string(photos);
+  const std::string suffix = std::string("-").append(std::to_string(photos));
   auto x = std::make_shared<std::vector<double>>(static_cast<std::size_t>(flight.unknowns()));
 
   Contest half("MulMatrT-half" + suffix, bytes), whole("MulMatrT" + suffix, bytes), two("MulMatr" + suffix, bytes);
