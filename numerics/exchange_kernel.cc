@@ -13,36 +13,42 @@ HWY_BEFORE_NAMESPACE();
 namespace quorvel {
 namespace HWY_NAMESPACE {
 
+// On kVectors vectors of the row from index i.
+template <std::size_t kVectors, class D>
+HWY_INLINE void applyStepsToVectors(D d, double* HWY_RESTRICT row, const double* const* HWY_RESTRICT pivotRows,
+                                    const double* HWY_RESTRICT factors, int steps, std::size_t i) {
+  const std::size_t lanes = hn::Lanes(d);
+  const auto dust = hn::Set(d, kDust);
+  hn::Vec<D> values[kVectors];
+  for (std::size_t v = 0; v < kVectors; ++v) values[v] = hn::LoadU(d, row + i + v * lanes);
+  for (int s = 0; s < steps; ++s) {
+    const auto factor = hn::Set(d, factors[s]);
+    const double* const pivots = pivotRows[s] + i;
+    for (std::size_t v = 0; v < kVectors; ++v) {
+      const auto pivot = hn::LoadU(d, pivots + v * lanes);
+      const auto sum = hn::Add(values[v], hn::Mul(factor, pivot));
+      values[v] = hn::IfThenZeroElse(hn::Le(hn::Abs(sum), dust), sum);
+    }
+  }
+  for (std::size_t v = 0; v < kVectors; ++v) hn::StoreU(values[v], d, row + i + v * lanes);
+}
+
 void applyStepsToRow(double* HWY_RESTRICT row, std::size_t n, const double* const* HWY_RESTRICT pivotRows,
                      const double* HWY_RESTRICT factors, int steps) {
-  const auto withStep = [](auto d, auto value, auto factor, const double* pivots) HWY_ATTR {
-    const auto sum = hn::Add(value, hn::Mul(factor, hn::LoadU(d, pivots)));
-    return hn::IfThenZeroElse(hn::Le(hn::Abs(sum), hn::Set(d, kDust)), sum);
-  };
   const hn::ScalableTag<double> d;
   const std::size_t lanes = hn::Lanes(d);
   std::size_t i = 0;
-  for (; i + 4 * lanes <= n; i += 4 * lanes) {
-    auto a = hn::LoadU(d, row + i), b = hn::LoadU(d, row + i + lanes);
-    auto c = hn::LoadU(d, row + i + 2 * lanes), e = hn::LoadU(d, row + i + 3 * lanes);
-    for (int s = 0; s < steps; ++s) {
-      const auto factor = hn::Set(d, factors[s]);
-      const double* const pivots = pivotRows[s] + i;
-      a = withStep(d, a, factor, pivots);
-      b = withStep(d, b, factor, pivots + lanes);
-      c = withStep(d, c, factor, pivots + 2 * lanes);
-      e = withStep(d, e, factor, pivots + 3 * lanes);
-    }
-    hn::StoreU(a, d, row + i);
-    hn::StoreU(b, d, row + i + lanes);
-    hn::StoreU(c, d, row + i + 2 * lanes);
-    hn::StoreU(e, d, row + i + 3 * lanes);
+  for (; i + 8 * lanes <= n; i += 8 * lanes) applyStepsToVectors<8>(d, row, pivotRows, factors, steps, i);
+  if (i + 4 * lanes <= n) {
+    applyStepsToVectors<4>(d, row, pivotRows, factors, steps, i);
+    i += 4 * lanes;
   }
-  forLanes<double>(n - i, [=](auto tag, std::size_t at) HWY_ATTR {
-    auto value = hn::LoadU(tag, row + i + at);
-    for (int s = 0; s < steps; ++s) value = withStep(tag, value, hn::Set(tag, factors[s]), pivotRows[s] + i + at);
-    hn::StoreU(value, tag, row + i + at);
-  });
+  if (i + 2 * lanes <= n) {
+    applyStepsToVectors<2>(d, row, pivotRows, factors, steps, i);
+    i += 2 * lanes;
+  }
+  forLanes<double>(n - i, [=](auto tag, std::size_t at)
+                              HWY_ATTR { applyStepsToVectors<1>(tag, row, pivotRows, factors, steps, i + at); });
 }
 
 }  // namespace HWY_NAMESPACE

@@ -49,16 +49,21 @@ template <typename T>
 int Tableau<T>::exchange(int row, int column) {
   const T pivot = current(row, column);
   if (!(std::abs(pivot) > static_cast<T>(kDust))) return -1;
-  bringUpToDate(row, 0, index(columns_));
+  bringUpToDate(row, 0, stride_);
   upToDate_[index(row)] = pending_ + 1;
   T* const own = rowOf(row);
   T* const kept = pivotRow(pending_);
   std::copy_n(own, columns_, kept);
 
   const T reciprocal = 1 / pivot;
+  T pivots[kBlock];  // of the column, side by side
+  for (int s = 0; s < pending_; ++s) pivots[s] = pivotRow(s)[column];
   for (int i = 0; i < rows_; ++i) {
     if (i == row) continue;
-    const T entry = current(i, column);
+    T entry = rowOf(i)[column];
+    for (int s = upToDate_[index(i)]; s < pending_; ++s) {
+      if (factor(s, i) != 0) entry = withoutDust(entry + factor(s, i) * pivots[s]);
+    }
     factor(pending_, i) = entry == 0 ? T{0} : -entry / pivot;
     rowOf(i)[column] = withoutDust(entry * -reciprocal);
   }
@@ -85,8 +90,8 @@ void Tableau<T>::settle() {
 #endif
   for (int band = 0; band < bands; ++band) {
     const int last = std::min(rows_, (band + 1) * kBand);
-    for (std::size_t from = 0; from < index(columns_); from += kPiece) {
-      const std::size_t to = std::min(index(columns_), from + kPiece);
+    for (std::size_t from = 0; from < stride_; from += kPiece) {
+      const std::size_t to = std::min(stride_, from + kPiece);
       for (int row = band * kBand; row < last; ++row) bringUpToDate(row, from, to);
     }
   }
@@ -98,7 +103,7 @@ void Tableau<T>::settle() {
 // remaining entry of the diagonal always is.
 template <typename T>
 bool Tableau<T>::standsOut(int row, const std::vector<char>& openColumns) {
-  bringUpToDate(row, 0, index(columns_));
+  bringUpToDate(row, 0, stride_);
   upToDate_[index(row)] = pending_;
   T largest = 0;
   for (int j = 0; j < columns_; ++j) {

@@ -66,7 +66,7 @@ class Tableau {
   void findLargest(const std::vector<char>& openRows, const std::vector<char>& openColumns, int& row, int& column);
 
   int rows_, columns_;
-  std::size_t stride_;
+  std::size_t stride_;  // rows are filled up with zeros, which stay zeros, so that kernels meet no ragged ends
   std::vector<T> entries_;
   std::vector<int> rowVariables_, columnVariables_;
 
