@@ -92,6 +92,7 @@ void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerGeometryTileContests();
 void registerLayoutContests();
+void registerNumericsContests();
 void registerPixelContests();
 
 }  // namespace quorvel::bench
