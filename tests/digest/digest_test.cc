@@ -52,7 +52,16 @@ const std::set<std::string> kOfTheMachine = {"quorvelVersion",
 
 Routines allRoutines() {
   Routines routines;
-  for (const auto add : {addRuntime, addPixel, addBayer, addGeometry, addNumerics}) add(routines);
+  for (const auto add : {
+           addRuntime,
+           addPixel,
+           addBayer,
+           addGeometry,
+           addHuffman,
+           addNumerics,
+       }) {
+    add(routines);
+  }
   return routines;
 }
 
