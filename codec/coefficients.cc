@@ -28,17 +28,17 @@ HWY_INLINE hn::Vec<D> magnitudes(D d, const std::int16_t* coefs) {
 
 // A byte a coefficient: how many of the classes' lower bounds it reaches.
 void classify(const std::int16_t* HWY_RESTRICT coefs, std::uint8_t* HWY_RESTRICT classes) {
-  forLanes<std::uint16_t>(64, [=](auto d, std::size_t i) HWY_ATTR {
-    const hn::Rebind<std::uint8_t, decltype(d)> d8;
+  const hn::ScalableTag<std::uint16_t> d;
+  const hn::Rebind<std::uint8_t, decltype(d)> d8;
+  for (std::size_t i = 0; i < 64; i += hn::Lanes(d)) {
     const auto value = magnitudes(d, coefs + i);
     auto count = hn::Zero(d);
     for (const std::uint16_t bound : {1, 3, 131}) {
-      // A mask's lanes are -1.
       const auto reached = hn::Eq(hn::Max(value, hn::Set(d, bound)), value);
-      count = hn::Sub(count, hn::VecFromMask(d, reached));
+      count = hn::Sub(count, hn::VecFromMask(d, reached));  // a mask's lanes are -1
     }
     hn::StoreU(hn::TruncateTo(d8, count), d8, classes + i);
-  });
+  }
 }
 
 std::uint16_t largestMagnitude(const std::int16_t* coefs, std::size_t n) {

@@ -72,6 +72,8 @@ HWY_INLINE void storeSamples(D, hn::Vec<D> samples, std::uint8_t* tile) {
 
 template <typename Sample, typename Left>
 HWY_INLINE void transformBack(const Left& left, const InverseKind& kind, const InverseBlocks<Sample>& blocks) {
+  const hn::ScalableTag<std::int16_t> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
   alignas(64) std::int16_t x[64];
   alignas(64) Sample tile[64];
   for (std::size_t b = 0; b < blocks.count; ++b) {
@@ -80,18 +82,17 @@ HWY_INLINE void transformBack(const Left& left, const InverseKind& kind, const I
       reorderBlock<kFromZigzag>(coefs, x);
       coefs = x;
     }
-    forLanes<std::int16_t>(64, [&](auto d, std::size_t i) HWY_ATTR {
+    for (std::size_t i = 0; i < 64; i += hn::Lanes(d)) {
       const auto c = hn::LoadU(d, coefs + i);
-      const hn::RebindToUnsigned<decltype(d)> du;
       hn::Store(
           blocks.steps == nullptr ? hn::ShiftLeft<1>(c) : hn::Mul(c, hn::BitCast(d, hn::LoadU(du, blocks.steps + i))),
           d, x + i);
-    });
+    }
     blockProduct(left, x, 8, kind.firstPass, transformTables.inverseRight,
-                 [&](auto d, std::size_t i, auto sum) HWY_ATTR {
-                   const hn::RebindToUnsigned<decltype(d)> du;
-                   const auto y = hn::ShiftRight<1>(hn::Add(sum, hn::Set(d, kind.secondPass)));
-                   storeSamples(du, clampedSamples(du, kind, y), tile + i);
+                 [&](auto dRows, std::size_t i, auto sum) HWY_ATTR {
+                   const hn::RebindToUnsigned<decltype(dRows)> dSamples;
+                   const auto y = hn::ShiftRight<1>(hn::Add(sum, hn::Set(dRows, kind.secondPass)));
+                   storeSamples(dSamples, clampedSamples(dSamples, kind, y), tile + i);
                  });
     for (std::size_t r = 0; r < 8; ++r) {
       std::memcpy(reinterpret_cast<std::uint8_t*>(blocks.out + 8 * b) + r * blocks.stride, tile + 8 * r,
