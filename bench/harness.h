@@ -90,6 +90,7 @@ void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
+void registerDctContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
 void registerLayoutContests();

@@ -70,6 +70,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerCalibrationContests();
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
+  quorvel::bench::registerDctContests();
   quorvel::bench::registerGeometryTileContests();
   quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();
