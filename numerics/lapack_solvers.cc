@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The solvers that LAPACK does: dgesv, dsysv and dgelsd, each on copies, with the workspace that it asks for.
 //
+// The library's own LAPACK is built from the reference sources: a tuned one chooses its kernels, and with them the last
+// bits, by the processor. It starts no threads; where a packaged one is linked instead, as OpenBLAS, that one does, and
+// heeds the variable OPENBLAS_NUM_THREADS of the host's environment.
+//
 // Shapes are tested before LAPACK sees them, because packaged versions print a message about an illegal argument.
 #include <algorithm>
 #include <new>
