@@ -9,7 +9,8 @@ bash scripts/setup.sh
 echo "demo: building the program in build/release"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-if ! { cmake --preset release && cmake --build --preset release --target quorvel-host; } >"$log" 2>&1; then
+lapack=$(bash scripts/lapack.sh)
+if ! { cmake --preset release -DQUORVEL_LAPACK_SOURCE="$lapack" && cmake --build --preset release --target quorvel-host; } >"$log" 2>&1; then
   tail -n 40 "$log" >&2
   echo "demo: the build failed (its last lines are above)" >&2
   exit 1
