@@ -6,6 +6,8 @@
 // The integer rules are exact for all 16-bit samples, not only the 12-bit ones that the clamps are made for, and do not
 // need 64-bit lanes for it. Samples are taken as signed, less 2^15, so that pairs of them are multiplied and added in
 // one step; sums of the narrow scales then fit 32 bits, and the wide ones are summed in two parts of their weights.
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <type_traits>
 
@@ -124,9 +126,10 @@ template <class Rule, typename T>
 HWY_INLINE void cellsToPlanes(const RawCells& in, const CellPlanes<T>& out, const Rule& rule, bool apart = true) {
   const std::array<Source, 2> sources = {reads<2>(in.greenRed(0), 2 * in.pitch),
                                          reads<2>(in.blueGreen(0), 2 * in.pitch)};
-  writeCellRows<std::int32_t, 1>(
+  writeStridedRows<std::int32_t, 1>(
       in.rows, in.columns, out, apart, sources, [&](auto d, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
-        const auto values = rule(d, loadPairs(d, in.greenRed(row) + 2 * i), loadPairs(d, in.blueGreen(row) + 2 * i));
+        const auto values =
+            rule(d, loadSamples(d, in.greenRed(row) + 2 * i), loadSamples(d, in.blueGreen(row) + 2 * i));
         const hn::Rebind<T, decltype(d)> plane;
         const auto store = [=](auto v, T* place) HWY_ATTR {
           if constexpr (sizeof(T) == 2) {
@@ -222,6 +225,77 @@ class WeightedRule {
   SumRange luminance_, chroma_;
 };
 
+// The weights of scale 17 for samples below kSamples, which leave room in signed words for weights in quarters: a
+// sum then fits 32 bits and is one product and addition for what the colours give all values alike, and one more for a
+// green. What the quarters of a luminance weight leave behind is added apart; those of the chromas have to be whole.
+struct NarrowWeights {
+  struct Quarters {
+    std::int32_t colours, green1, green2;
+  };
+
+  NarrowWeights(const WeightTable& w, int offset) {
+    const auto quarters = [](const Weights& v, int divisor) {
+      const auto part = [=](std::int32_t x) { return divisor == 0 ? x & 3 : x >> 2; };
+      return Quarters{PairWeights::packed(part(v.b), part(v.r)), PairWeights::packed(part(v.g), 0),
+                      PairWeights::packed(0, part(v.g))};
+    };
+    y = quarters(w.y, 4), rest = quarters(w.y, 0), cb = quarters(w.cb, 4), cr = quarters(w.cr, 4);
+    const auto fits = [](const Weights& v, std::int32_t step) {
+      return std::ranges::all_of(std::array{v.r, v.g, v.b}, [=](std::int32_t x) {
+        return x % step == 0 && x >> 2 == static_cast<std::int16_t>(x >> 2);
+      });
+    };
+    suit = fits(w.y, 1) && fits(w.cb, 4) && fits(w.cr, 4) && -kOffset <= offset && offset <= kOffset;
+  }
+
+  static constexpr std::int32_t kSamples = 1 << 12, kOffset = 1 << 11;
+  Quarters y, rest, cb, cr;
+  bool suit;  // the table and the offset leave all sums within 32 bits
+};
+
+// Scale 17, whose sums are wide. Frames of 12 bits do not need that, and most are; which it is shows in a vector.
+class Rule17 {
+ public:
+  Rule17(const WeightTable& weights, int offset)
+      : any_(weights, offset), narrow_(weights, offset), range_(planeRange<std::int16_t>(offset, 1)) {
+    if (narrow_.suit) level_ = -offset * (1 << 17);
+  }
+
+  template <class D, class V>
+  HWY_INLINE PlaneValues<V> operator()(D d, V top, V bottom) const {
+    const V high = hn::And(hn::Or(top, bottom), hn::Set(d, PairWeights::packed(kAbove, kAbove)));
+    if (!narrow_.suit || !hn::AllTrue(d, hn::Eq(high, hn::Zero(d)))) return any_(d, top, bottom);
+    const V first = hn::Set(d, 0xFFFF), second = hn::Set(d, ~0xFFFF);
+    const V colours = hn::OrAnd(hn::And(top, second), bottom, first),
+            greens = hn::OrAnd(hn::And(bottom, second), top, first);
+    const V colours4 = hn::ShiftLeft<2>(colours), greens4 = hn::ShiftLeft<2>(greens);
+    const V common =
+        addProducts(d, colours, narrow_.rest.colours, addProducts(d, colours4, narrow_.y.colours, hn::Set(d, level_)));
+    const auto luminance = [&](std::int32_t quarters, std::int32_t rest) HWY_ATTR {
+      return rounded(d, addProducts(d, greens, rest, addProducts(d, greens4, quarters, common)));
+    };
+    const auto chroma = [&](const NarrowWeights::Quarters& w) HWY_ATTR {
+      return rounded(d, addProducts(d, greens4, w.green1, addProducts(d, colours4, w.colours, hn::Zero(d))));
+    };
+    return {luminance(narrow_.y.green1, narrow_.rest.green1), luminance(narrow_.y.green2, narrow_.rest.green2),
+            chroma(narrow_.cb), chroma(narrow_.cr)};
+  }
+
+ private:
+  static constexpr std::int32_t kAbove = 0x10000 - NarrowWeights::kSamples;
+
+  template <class D, class V>
+  HWY_INLINE V rounded(D d, V sum) const {
+    const V half = hn::Add(hn::Set(d, 1 << 16), hn::BroadcastSignBit(sum));
+    return clampedTo(hn::ShiftRight<17>(hn::Add(sum, half)), range_);
+  }
+
+  WeightedRule<Scale17> any_;
+  NarrowWeights narrow_;
+  Range range_;
+  std::int32_t level_ = 0;
+};
+
 // Additions and shifts alone, and so reversible.
 class ReversibleRule {
  public:
@@ -267,7 +341,7 @@ HWY_FLATTEN void cellsToPlanes16(const RawCells& in, const CellPlanes<std::int16
 
 HWY_FLATTEN void cellsToPlanes17(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset,
                                  const WeightTable& weights) {
-  cellsToPlanes(in, out, WeightedRule<Scale17>(weights, offset));
+  cellsToPlanes(in, out, Rule17(weights, offset));
 }
 
 HWY_FLATTEN void cellsToPlanes12_4(const RawCells& in, const CellPlanes<std::int16_t>& out, int offset) {

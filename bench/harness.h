@@ -92,7 +92,9 @@ void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerGeometryResampleContests();
 void registerGeometryTileContests();
+void registerHuffmanContests();
 void registerLayoutContests();
+void registerNumericsContests();
 void registerPixelContests();
 
 }  // namespace quorvel::bench

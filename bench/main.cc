@@ -72,6 +72,8 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerPlanesContests();
   quorvel::bench::registerGeometryResampleContests();
   quorvel::bench::registerGeometryTileContests();
+  quorvel::bench::registerNumericsContests();
+  quorvel::bench::registerHuffmanContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),
