@@ -91,6 +91,7 @@ void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerDctContests();
+void registerGeometryResampleContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
 void registerLayoutContests();

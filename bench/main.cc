@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
   quorvel::bench::registerDctContests();
+  quorvel::bench::registerGeometryResampleContests();
   quorvel::bench::registerGeometryTileContests();
   quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();
