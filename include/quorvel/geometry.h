@@ -7,6 +7,7 @@
 #ifndef QUORVEL_GEOMETRY_H_
 #define QUORVEL_GEOMETRY_H_
 
+#include <quorvel/mapping.h>
 #include <quorvel/types.h>
 
 extern "C" {
