@@ -21,7 +21,7 @@ struct Arguments {
   std::optional<std::array<double, 8>> quad;
   std::optional<std::array<double, 9>> homography;
   std::optional<Size> size;
-  WarpMethod method = kWarpMethods[4];
+  WarpMethod method = kWarpMethods.back();
   std::vector<unsigned> fill;
   bool json = false, force = false;
 };
@@ -130,15 +130,15 @@ void addWarp(CLI::App& program, Action& chosen) {
   addParsed(*command, "--size", a->size, "Size of the output; usually that of the picture",
             fmt::format("a size WxH of 1 to {} a side that can be worked on", kMaxSide), parseSize)
       ->type_name("WxH");
-  addParsed(*command, "--method", a->method, "How samples are made between samples, cubic where nothing is said",
-            fmt::format("one of {}", methodNames()),
+  addParsed(*command, "--method", a->method, "How samples are made between samples; usually cubic",
+            "one of " + methodNames(),
             [](const std::string& text) -> std::optional<WarpMethod> {
               for (const WarpMethod& m : kWarpMethods) {
                 if (text == m.name) return m;
               }
               return std::nullopt;
             })
-      ->type_name("NAME");
+      ->type_name(methodNames());
   addParsed(*command, "--fill", a->fill,
             "Sample value of pixels that come from outside the picture, one or one a colour",
             "a value from 0 to 65535 or three with commas",

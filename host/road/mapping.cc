@@ -96,14 +96,26 @@ class Cutter {
     if (width > 1 && height > 1) cut(x + left, y + upper, width - left, height - upper);
   }
 
+  // One coordinate of the four corners from the block's origin on, so that the steps, which the library truncates,
+  // come out rounded: a step of a pixel must not end just below it.
+  static std::array<double, 4> alongAxis(const std::array<double, 4>& p, int origin, double across, double down) {
+    const auto rounding = [](double difference, double pixels) {
+      return difference + std::copysign(pixels / (2 * 65536), difference);
+    };
+    const double first = p[0] - origin, row = rounding(p[1] - p[0], across), column = rounding(p[2] - p[0], down);
+    return {first, first + row, first + column,
+            first + column + row + rounding(p[3] - p[2] - p[1] + p[0], across * down)};
+  }
+
   // Makes the block's record; false where it deviates too much. The start is then moved by whole sixteenths so that
   // the resampler's positions, which it truncates, are off by nothing on average: else every picture would creep.
   bool follow(const std::array<std::optional<Place>, 4>& corners, WarpBlock& b) const {
     const auto& [p0, p1, p2, p3] = corners;
-    const Geo4Rect rect = {p0->x - b.originX, p0->y - b.originY, p1->x - b.originX, p1->y - b.originY,
-                           p2->x - b.originX, p2->y - b.originY, p3->x - b.originX, p3->y - b.originY};
-    const auto reciprocal = [](unsigned pixels) { return pixels > 1 ? 1.0 / (pixels - 1) : 1.0; };
-    calcGeo(&rect, b.width, b.height, reciprocal(b.width), reciprocal(b.height), &b.coef);
+    const double across = std::max(b.width, 2u) - 1, down = std::max(b.height, 2u) - 1;
+    const auto x = alongAxis({p0->x, p1->x, p2->x, p3->x}, b.originX, across, down);
+    const auto y = alongAxis({p0->y, p1->y, p2->y, p3->y}, b.originY, across, down);
+    const Geo4Rect rect = {x[0], y[0], x[1], y[1], x[2], y[2], x[3], y[3]};
+    calcGeo(&rect, b.width, b.height, 1 / across, 1 / down, &b.coef);
 
     constexpr unsigned kProbes = 5;  // a way, in which the greatest deviations are: at the ends and in the middle
     const GeoCoef4& c = b.coef;
