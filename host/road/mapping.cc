@@ -69,7 +69,7 @@ class Cutter {
     b.windowWidth = static_cast<unsigned>(static_cast<int>(std::floor(ex.high)) + 2 * kSpare - b.originX);
     b.windowHeight = static_cast<unsigned>(static_cast<int>(std::floor(ey.high)) + 2 * kSpare - b.originY);
     if (!follow(corners, b)) return split(x, y, width, height);
-    b.inside = ex.inside(2 * kWarpTolerance, source_.width) && ey.inside(2 * kWarpTolerance, source_.height);
+    b.inside = ex.inside(4 * kWarpTolerance, source_.width) && ey.inside(4 * kWarpTolerance, source_.height);
     block_(b);
   }
 
@@ -117,12 +117,13 @@ class Cutter {
     const Geo4Rect rect = {x[0], y[0], x[1], y[1], x[2], y[2], x[3], y[3]};
     calcGeo(&rect, b.width, b.height, 1 / across, 1 / down, &b.coef);
 
-    constexpr unsigned kProbes = 5;  // a way, in which the greatest deviations are: at the ends and in the middle
+    // Nine each way, among them the ends and the middle, where the greatest deviations are.
+    const unsigned columns = std::min(b.width, 9u), rows = std::min(b.height, 9u);
     const GeoCoef4& c = b.coef;
     double sumX = 0, sumY = 0;
-    for (unsigned probe = 0; probe < kProbes * kProbes; ++probe) {
-      const unsigned i = probe % kProbes * (b.width - 1) / (kProbes - 1);
-      const unsigned j = probe / kProbes * (b.height - 1) / (kProbes - 1);
+    for (unsigned probe = 0; probe < columns * rows; ++probe) {
+      const unsigned i = probe % columns * (b.width - 1) / std::max(columns - 1, 1u);
+      const unsigned j = probe / columns * (b.height - 1) / std::max(rows - 1, 1u);
       const auto place = position(b.x + i, b.y + j);
       if (!place) return false;
       const std::int64_t stepsX = std::int64_t{j} * c.dxRow + i * (c.dxColumn + std::int64_t{j} * c.ddx);
@@ -133,8 +134,8 @@ class Cutter {
       sumX += 16 * (place->x - b.originX) - static_cast<double>((c.x * std::int64_t{4096} + stepsX) >> 12);
       sumY += 16 * (place->y - b.originY) - static_cast<double>((c.y * std::int64_t{4096} + stepsY) >> 12);
     }
-    b.coef.x += static_cast<int>(std::lround(sumX / (kProbes * kProbes)));
-    b.coef.y += static_cast<int>(std::lround(sumY / (kProbes * kProbes)));
+    b.coef.x += static_cast<int>(std::lround(sumX / (columns * rows)));
+    b.coef.y += static_cast<int>(std::lround(sumY / (columns * rows)));
     return true;
   }
 
