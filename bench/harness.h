@@ -90,6 +90,8 @@ void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
+void registerGeometryResampleContests();
+void registerGeometryMappingContests();
 void registerGeometryTileContests();
 void registerLayoutContests();
 void registerPixelContests();
