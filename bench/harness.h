@@ -92,6 +92,7 @@ void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerDctContests();
 void registerGeometryResampleContests();
+void registerGeometryMappingContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
 void registerLayoutContests();

@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerPlanesContests();
   quorvel::bench::registerDctContests();
   quorvel::bench::registerGeometryResampleContests();
+  quorvel::bench::registerGeometryMappingContests();
   quorvel::bench::registerGeometryTileContests();
   quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();

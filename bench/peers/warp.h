@@ -5,6 +5,7 @@
 #define QUORVEL_BENCH_PEERS_WARP_H_
 
 #include <cstdint>
+#include <vector>
 
 namespace quorvel::bench {
 
@@ -12,6 +13,9 @@ namespace quorvel::bench {
 void opencvWarp(const std::uint8_t* src, unsigned side, const double m[6], unsigned width, unsigned height, bool cubic);
 void opencvWarp(const std::uint16_t* src, unsigned side, const double m[6], unsigned width, unsigned height,
                 bool cubic);
+// A picture of interleaved samples that stays as large as it is; what lies outside repeats its edge.
+std::vector<std::uint8_t> opencvWarpPicture(const std::vector<std::uint8_t>& picture, unsigned width, unsigned height,
+                                            unsigned channels, const double m[6], bool cubic);
 
 }  // namespace quorvel::bench
 

@@ -28,4 +28,17 @@ void opencvWarp(const std::uint16_t* src, unsigned side, const double m[6], unsi
   warp<CV_16UC1>(src, side, m, width, height, cubic);
 }
 
+std::vector<std::uint8_t> opencvWarpPicture(const std::vector<std::uint8_t>& picture, unsigned width, unsigned height,
+                                            unsigned channels, const double m[6], bool cubic) {
+  const int type = CV_8UC(static_cast<int>(channels)), columns = static_cast<int>(width),
+            rows = static_cast<int>(height);
+  std::vector<std::uint8_t> out(picture.size());
+  const cv::Mat in(rows, columns, type, const_cast<std::uint8_t*>(picture.data()));
+  cv::Mat made(rows, columns, type, out.data());
+  const cv::Mat mapping(2, 3, CV_64F, const_cast<double*>(m));
+  cv::warpAffine(in, made, mapping, made.size(), cv::WARP_INVERSE_MAP | (cubic ? cv::INTER_CUBIC : cv::INTER_LINEAR),
+                 cv::BORDER_REPLICATE);
+  return out;
+}
+
 }  // namespace quorvel::bench

@@ -7,17 +7,8 @@
 #ifndef QUORVEL_GEOMETRY_H_
 #define QUORVEL_GEOMETRY_H_
 
+#include <quorvel/mapping.h>
 #include <quorvel/types.h>
-
-/// A mapping from output to source positions, as `calcGeo` makes it and `GeoParab16_16_2_MMX` takes it.
-struct GeoCoef4 {
-  int x, y;                ///< start, in 1/16 pixel
-  int columns, rows;       ///< the output's size
-  int dxColumn, dyColumn;  ///< steps of x and y per output pixel, 16.16
-  int dxRow, dyRow;        ///< steps of a row's start per output row, 16.16
-  int ddx, ddy;            ///< changes of the steps per pixel, per output row, 16.16
-  int rowRun;              ///< a hint at the pixels that a source row serves
-};
 
 extern "C" {
 
