@@ -8,6 +8,8 @@
 
 namespace quorvel::host {
 
+// Of grey or colours, 8 bits: deeper samples lose their low bits, palettes are resolved, transparency is left out.
+Picture readPng(const fs::path& file);
 void writePng(OutputFile& out, const Picture& picture);
 
 }  // namespace quorvel::host
