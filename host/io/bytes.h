@@ -3,9 +3,9 @@
 #ifndef QUORVEL_HOST_IO_BYTES_H_
 #define QUORVEL_HOST_IO_BYTES_H_
 
+#include <concepts>
 #include <cstdint>
 #include <span>
-#include <type_traits>
 #include <vector>
 
 namespace quorvel::host {
@@ -16,10 +16,10 @@ using ByteSpan = std::span<const std::uint8_t>;
 std::uint32_t crc32(ByteSpan bytes, std::uint32_t before = 0);
 
 // Appends an unsigned value, its lowest byte first.
-template <typename T>
+template <std::unsigned_integral T>
 void append(std::vector<std::uint8_t>& bytes, T value) {
-  static_assert(std::is_unsigned_v<T>);
-  for (unsigned shift = 0; shift < 8 * sizeof(T); shift += 8) bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+  for (unsigned shift = 0; shift < 8 * sizeof(T); shift += 8)
+    bytes.push_back(static_cast<std::uint8_t>(value >> shift));
 }
 inline void append(std::vector<std::uint8_t>& bytes, ByteSpan more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
@@ -30,9 +30,8 @@ class ByteReader {
  public:
   explicit ByteReader(ByteSpan bytes) : rest_(bytes) {}
 
-  template <typename T>
+  template <std::unsigned_integral T>
   T take() {
-    static_assert(std::is_unsigned_v<T>);
     T value = 0;
     const ByteSpan field = take(sizeof(T));
     for (std::size_t i = field.size(); i-- > 0;) value = static_cast<T>(std::uint64_t{value} << 8 | field[i]);

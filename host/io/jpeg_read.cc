@@ -187,12 +187,12 @@ class Reader {
       at_ += position;
       std::int16_t* to = components > 1 ? interleaved.data() : &image_.components[scan_[0]].blocks[first * kBlock];
       CHuffmanProgress progress{};
-      const int status = decodeHuffmanFastAllBounded(
-          reinterpret_cast<const std::uint8_t*>(stream.data()), produced, to, static_cast<unsigned>(blocks),
-          tables_.data(), static_cast<int>(components), 1, 1, 1, &progress);
+      const int status = decodeHuffmanFastAllBounded(reinterpret_cast<const std::uint8_t*>(stream.data()), produced, to,
+                                                     static_cast<unsigned>(blocks), tables_.data(),
+                                                     static_cast<int>(components), 1, 1, 1, &progress);
       if (status != 0) {
         const std::size_t row = 8 * ((first + progress.blocks / components) / image_.columns());
-        refuse(fmt::format(marker == 0 ? "is cut short in row {}" : "has damaged picture data in row {}", row));
+        refuse(fmt::format("{} in row {}", marker == 0 ? "is cut short" : "has damaged picture data", row));
       }
       for (std::size_t c = 0; components > 1 && c < components; ++c) {
         std::int16_t* own = &image_.components[scan_[c]].blocks[first * kBlock];
@@ -228,7 +228,7 @@ class Reader {
   std::array<std::array<std::unique_ptr<c_decode_tbl>, 2>, 4> codes_;  // [number][0 for DC, 1 for AC]
   std::vector<FrameComponent> frame_;
   std::optional<unsigned> adobeTransform_;
-  std::vector<std::size_t> scan_;             // the components of the scan
+  std::vector<std::size_t> scan_;            // the components of the scan
   std::vector<const c_decode_tbl*> tables_;  // DC and AC of each of them
 };
 
@@ -247,7 +247,9 @@ std::vector<std::uint8_t> samplesOf(const JpegCoefficients& image, const JpegCom
 
 }  // namespace
 
-bool looksLikeJpeg(ByteSpan bytes) { return bytes.size() >= 3 && bytes[0] == 0xFF && bytes[1] == kStartOfImage && bytes[2] == 0xFF; }
+bool looksLikeJpeg(ByteSpan bytes) {
+  return bytes.size() >= 3 && bytes[0] == 0xFF && bytes[1] == kStartOfImage && bytes[2] == 0xFF;
+}
 
 JpegCoefficients readJpegHeader(ByteSpan bytes, const fs::path& file) {
   if (!looksLikeJpeg(bytes)) throw DataError(file, "is no JPEG file");
@@ -267,7 +269,8 @@ Picture pictureOf(const JpegCoefficients& image) {
   std::vector<std::vector<std::uint8_t>> planes;
   for (const JpegComponent& component : image.components) planes.push_back(samplesOf(image, component));
   if (image.colour == JpegColour::Grey) {
-    for (unsigned y = 0; y < image.height; ++y) std::copy_n(&planes[0][y * pitch], image.width, to + std::size_t{y} * image.width);
+    for (unsigned y = 0; y < image.height; ++y)
+      std::copy_n(&planes[0][y * pitch], image.width, to + std::size_t{y} * image.width);
     return picture;
   }
   std::array<std::vector<float>, 3> row;

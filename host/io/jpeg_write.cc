@@ -18,23 +18,18 @@ constexpr std::size_t kBlock = 64;
 // What a block takes at most, stuffed bytes counted.
 constexpr std::size_t kMostBytesOfBlock = 512;
 
-// A prefix code: how many codes there are of 1 to 16 bits, and their symbols in order.
-struct Code {
-  std::array<std::uint8_t, 16> counts{};
-  std::array<std::uint8_t, 256> symbols{};
-
-  std::size_t size() const { return std::accumulate(counts.begin(), counts.end(), std::size_t{0}); }
-};
 // Luminance and chrominance have tables of their own; each has a code for first coefficients and one for the others.
 struct Codes {
-  Code dc, ac;
+  HuffmanDefinition dc, ac;
 };
 using Frequencies = std::array<std::array<std::uint32_t, 256>, 2>;  // DC, AC
 
+constexpr std::array<Codes, 2> kUsualCodes = {Codes{kLuminanceDC, kLuminanceAC}, Codes{kChrominanceDC, kChrominanceAC}};
+
 Codes bestFor(const Frequencies& frequencies) {
-  Codes codes;
-  makeOptimalTable(frequencies[0].data(), codes.dc.counts.data(), codes.dc.symbols.data());
-  makeOptimalTable(frequencies[1].data(), codes.ac.counts.data(), codes.ac.symbols.data());
+  Codes codes{};
+  makeOptimalTable(frequencies[0].data(), codes.dc.counts, codes.dc.symbols);
+  makeOptimalTable(frequencies[1].data(), codes.ac.counts, codes.ac.symbols);
   return codes;
 }
 
@@ -176,7 +171,7 @@ void writeHeader(Segments out, const Picture& picture, const BlockRows& rows, co
   for (std::size_t t = 0; t < tables; ++t) {
     for (const auto& [kind, code] : {std::pair(0u, &codes[t].dc), std::pair(16u, &codes[t].ac)}) {
       out.marker(kCodes);
-      const std::size_t symbols = code->size();
+      const std::size_t symbols = std::accumulate(std::begin(code->counts), std::end(code->counts), std::size_t{0});
       out.word(2 + 17 + symbols);
       out.byte(kind + t);
       out.bytes(code->counts);
@@ -197,14 +192,14 @@ void writeHeader(Segments out, const Picture& picture, const BlockRows& rows, co
 
 std::vector<std::uint8_t> encodeJpeg(const Picture& picture, const JpegOptions& options) {
   BlockRows rows(picture, options.quality);
-  const std::array<Codes, 2> codes = options.optimize ? codesFor(rows) : std::array{usualCodes(0), usualCodes(1)};
+  const std::array<Codes, 2> codes = options.optimize ? codesFor(rows) : kUsualCodes;
   struct Tables {
     c_derived_tbl dc, ac;
   };
   const auto tables = std::make_unique<std::array<Tables, 2>>();
   for (std::size_t t = 0; t < tables->size(); ++t) {
-    makeDerivedTable(codes[t].dc.counts.data(), codes[t].dc.symbols.data(), &(*tables)[t].dc);
-    makeDerivedTable(codes[t].ac.counts.data(), codes[t].ac.symbols.data(), &(*tables)[t].ac);
+    makeDerivedTable(codes[t].dc.counts, codes[t].dc.symbols, &(*tables)[t].dc);
+    makeDerivedTable(codes[t].ac.counts, codes[t].ac.symbols, &(*tables)[t].ac);
     prepareBigCache(&(*tables)[t].ac, 0);
   }
   std::vector<std::uint8_t> file;

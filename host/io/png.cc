@@ -28,8 +28,8 @@ bool encode(png_structp png, png_infop info, OutputFile& out, const Picture& pic
   if (setjmp(png_jmpbuf(png))) return false;
   png_set_write_fn(png, &out, put, flush);
   png_set_IHDR(png, info, picture.width, picture.height, bits,
-               picture.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
+               picture.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_compression_level(png, 4);  // a photograph gains little from higher levels and waits long for them
   png_write_info(png, info);
   if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png);

@@ -129,7 +129,8 @@ Picture readPnmPicture(const fs::path& file) {
 }
 
 void writePpm(OutputFile& out, const Picture& picture) {
-  const std::string header = fmt::format("P{}\n{} {}\n{}\n", picture.channels == 1 ? 5 : 6, picture.width, picture.height, picture.maximum);
+  const std::string header =
+      fmt::format("P{}\n{} {}\n{}\n", picture.channels == 1 ? 5 : 6, picture.width, picture.height, picture.maximum);
   out.write(header.data(), header.size());
   if (const auto* words = std::get_if<std::vector<std::uint16_t>>(&picture.samples)) {
     writeBigEndian(out, *words);

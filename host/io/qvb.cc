@@ -34,6 +34,8 @@ CellGrid gridOf(unsigned width, unsigned height, Phase phase, unsigned stripRows
   return {width, height, padsLeft(phase), padsTop(phase), stripRows};
 }
 
+std::size_t symbolsOf(ByteSpan counts) { return std::accumulate(counts.begin(), counts.end(), std::size_t{0}); }
+
 std::vector<std::uint8_t> headerBytes(const QvbHeader& header) {
   std::vector<std::uint8_t> body;
   append(body, static_cast<std::uint16_t>(kVersion));
@@ -49,9 +51,9 @@ std::vector<std::uint8_t> headerBytes(const QvbHeader& header) {
       for (const std::uint16_t step : plane) append(body, step);
     }
   }
-  for (const CodeDefinition& code : header.codes) {
+  for (const HuffmanDefinition& code : header.codes) {
     append(body, code.counts);
-    append(body, code.symbols);
+    append(body, ByteSpan(code.symbols).first(symbolsOf(code.counts)));
   }
   append(body, static_cast<std::uint32_t>(header.notes.size()));
   append(body, {reinterpret_cast<const std::uint8_t*>(header.notes.data()), header.notes.size()});
@@ -71,7 +73,8 @@ struct ReadHeader {
 // Nothing where the bytes do not begin with a header whose checksum holds.
 std::optional<ReadHeader> takeHeader(ByteSpan bytes, const fs::path& file) {
   ByteReader in(bytes);
-  if (const ByteSpan magic = in.take(kMagic.size()); !std::equal(magic.begin(), magic.end(), kMagic.begin(), kMagic.end())) {
+  if (const ByteSpan magic = in.take(kMagic.size());
+      !std::equal(magic.begin(), magic.end(), kMagic.begin(), kMagic.end())) {
     return std::nullopt;
   }
   ByteReader body(in.take(in.take<std::uint32_t>()));
@@ -108,11 +111,11 @@ std::optional<ReadHeader> takeHeader(ByteSpan bytes, const fs::path& file) {
       }
     }
   }
-  for (CodeDefinition& code : header.codes) {
-    const ByteSpan counts = body.take(code.counts.size());
-    std::copy(counts.begin(), counts.end(), code.counts.begin());
-    const ByteSpan symbols = body.take(std::accumulate(counts.begin(), counts.end(), 0u));
-    code.symbols.assign(symbols.begin(), symbols.end());
+  for (HuffmanDefinition& code : header.codes) {
+    const ByteSpan counts = body.take(sizeof code.counts), symbols = body.take(symbolsOf(counts));
+    if (symbols.size() > sizeof code.symbols) refuse("its codes make no sense");
+    std::copy(counts.begin(), counts.end(), code.counts);
+    std::copy(symbols.begin(), symbols.end(), code.symbols);
   }
   const ByteSpan notes = body.take(body.take<std::uint32_t>());
   header.notes.assign(notes.begin(), notes.end());
@@ -245,7 +248,8 @@ std::vector<std::uint8_t> compressedLossless(const Mosaic& mosaic) {
 QvbHeader readQvbHeader(ByteSpan bytes, const fs::path& file) {
   auto head = takeHeader(bytes, file);
   if (!head) head = takeTrailer(bytes, file);
-  if (!head) throw DataError(file, looksLikeQvb(bytes) ? "its header is damaged, and so is the copy" : "is no .qvb file");
+  if (!head)
+    throw DataError(file, looksLikeQvb(bytes) ? "its header is damaged, and so is the copy" : "is no .qvb file");
   return std::move(head->header);
 }
 

@@ -24,7 +24,7 @@ struct QvbHeader {
   CellGrid grid;
   Steps steps{};      // Transformed alone
   std::string notes;  // levels, balance and regions, as in the notes of other formats
-  CodeDefinitions codes;
+  CodeDefinitions codes{};
 
   FirstValue firstValue() const { return form == QvbForm::Lossless ? FirstValue::AsItIs : FirstValue::Difference; }
 };

@@ -150,7 +150,8 @@ void writeTiff(OutputFile& out, const RawFrame& frame, Phase phase) {
 void writeTiff(OutputFile& out, const Picture& picture) {
   std::visit(
       [&](const auto& samples) {
-        writeImage(out, picture.width, picture.height, static_cast<std::uint16_t>(picture.channels), 8 * sizeof(samples[0]), samples.data(), "");
+        writeImage(out, picture.width, picture.height, static_cast<std::uint16_t>(picture.channels),
+                   8 * sizeof(samples[0]), samples.data(), "");
       },
       picture.samples);
 }

@@ -9,8 +9,8 @@ namespace {
 // What a block of an own stream takes at most, and at least: a run of 16 zeros has one code.
 constexpr std::size_t kMostBytesOfBlock = 256, kLeastBitsOfBlock = kBlock / 16;
 
-// Calls code(block, state) for each block of a plane. The state's prediction is what makes the first value a difference;
-// without it the value is coded as it is.
+// Calls code(block, state) for each block of a plane. The state's prediction is what makes the first value a
+// difference; without it the value is coded as it is.
 template <typename Code>
 void forEachBlock(const std::vector<std::int16_t>& blocks, CHuffman_state& state, FirstValue first, Code code) {
   for (std::size_t at = 0; at < blocks.size(); at += kBlock) {
@@ -48,11 +48,9 @@ void SymbolCounts::add(const Strip& strip) {
 }
 
 CodeDefinitions SymbolCounts::best() const {
-  CodeDefinitions codes;
+  CodeDefinitions codes{};
   for (std::size_t plane = 0; plane < kPlanes; ++plane) {
-    std::array<std::uint8_t, 256> symbols;
-    const int n = makeOptimalTable(counts_[plane].data(), codes[plane].counts.data(), symbols.data());
-    codes[plane].symbols.assign(symbols.begin(), symbols.begin() + n);
+    makeOptimalTable(counts_[plane].data(), codes[plane].counts, codes[plane].symbols);
   }
   return codes;
 }
@@ -60,7 +58,7 @@ CodeDefinitions SymbolCounts::best() const {
 StripEncoder::StripEncoder(const CodeDefinitions& codes, FirstValue first)
     : tables_(std::make_unique<std::array<c_derived_tbl, kPlanes>>()), first_(first) {
   for (std::size_t plane = 0; plane < kPlanes; ++plane) {
-    makeDerivedTable(codes[plane].counts.data(), codes[plane].symbols.data(), &(*tables_)[plane]);
+    makeDerivedTable(codes[plane].counts, codes[plane].symbols, &(*tables_)[plane]);
   }
 }
 
@@ -94,7 +92,7 @@ std::vector<std::uint8_t> StripEncoder::encode(const Strip& strip) const {
 std::optional<StripDecoder> StripDecoder::make(const CodeDefinitions& codes, FirstValue first) {
   StripDecoder decoder(first);
   for (std::size_t plane = 0; plane < kPlanes; ++plane) {
-    if (makeDecodeTable(codes[plane].counts.data(), codes[plane].symbols.data(), &(*decoder.tables_)[plane]) != 0) {
+    if (makeDecodeTable(codes[plane].counts, codes[plane].symbols, &(*decoder.tables_)[plane]) != 0) {
       return std::nullopt;
     }
   }

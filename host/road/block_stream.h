@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include <quorvel/huffman_tables.h>
 #include <quorvel/quorvel.h>
 
 #include "host/io/bytes.h"
@@ -13,12 +14,8 @@
 
 namespace quorvel::host {
 
-// A prefix code: how many codes there are of 1 to 16 bits, and their symbols in order.
-struct CodeDefinition {
-  std::array<std::uint8_t, 16> counts{};
-  std::vector<std::uint8_t> symbols;
-};
-using CodeDefinitions = std::array<CodeDefinition, kPlanes>;
+// A prefix code for each plane.
+using CodeDefinitions = std::array<HuffmanDefinition, kPlanes>;
 
 // Whether the first value of a block is coded as its difference from that of the block before, as suits transformed
 // blocks, or as it is.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The reversible planes and their prediction. Y1, U and V are predicted from the left, upper and upper left neighbour;
 // Y2 lies between four values of Y1, which are all known when it is decoded. Arithmetic on values wraps at 16 bits, so
-// that every range has a residual of 16 bits; -32768, for which the coder has no symbol, is avoided by changing the value
-// by one, and the cell is then kept apart.
+// that every range has a residual of 16 bits; -32768, for which the coder has no symbol, is avoided by changing the
+// value by one, and the cell is then kept apart.
 #include <algorithm>
 #include <bit>
 #include <limits>

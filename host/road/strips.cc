@@ -21,9 +21,7 @@ CellGrid::CellGrid(unsigned w, unsigned h, unsigned l, unsigned t, unsigned rows
   strips = (rows + stripRows - 1) / stripRows;
 }
 
-unsigned CellGrid::firstSampleRow(unsigned strip) const {
-  return strip == 0 ? 0 : 2 * strip * stripRows - top;
-}
+unsigned CellGrid::firstSampleRow(unsigned strip) const { return strip == 0 ? 0 : 2 * strip * stripRows - top; }
 
 unsigned CellGrid::endSampleRow(unsigned strip) const {
   return std::min(height, 2 * (strip * stripRows + rowsOf(strip)) - top);

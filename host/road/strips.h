@@ -2,7 +2,8 @@
 // A frame as strips of blocks, ready for the block coder, and back. A strip is some rows of 2x2 cells and knows nothing
 // of its neighbours. Its samples become four planes of one value a cell; what the planes hold depends on the form.
 //
-//   Transformed: the mean M of both luminances of a cell and their difference D, Cb, Cr, each in 8x8 blocks of quantised
+//   Transformed: the mean M of both luminances of a cell and their difference D, Cb, Cr, each in 8x8 blocks of
+//   quantised
 //     cosine coefficients in zig-zag order. Mean and difference take fewer bits than the two luminances, which are
 //     nearly equal. |D| is at most 2404 and is limited to 2047, which no picture through a lens reaches.
 //   Lossless: what is left of the reversible planes Y1, Y2, U, V after prediction from neighbours, 64 values a block.
@@ -57,8 +58,8 @@ void putSamples(const std::vector<std::uint16_t>& samples, const CellGrid& grid,
 // Quantiser steps of the four planes, row by row, 3 to 32767.
 using Steps = std::array<std::array<std::uint16_t, kBlock>, kPlanes>;
 // The steps of a quality from 1 to 100: the same for all frequencies, because the frame is yet to be developed, from 3
-// counts at 100 on, twice as large for every 10 less. The planes' steps stand to each other so that a bit spent on any of
-// them takes as much off the error of the samples.
+// counts at 100 on, twice as large for every 10 less. The planes' steps stand to each other so that a bit spent on any
+// of them takes as much off the error of the samples.
 Steps stepsOfQuality(int quality);
 
 // 12-bit samples.

@@ -19,7 +19,9 @@ constexpr int kLowest = 2;
 // One plane, filled up to whole blocks by its last column and row, in the transforms' unsigned 12-bit samples.
 struct BlockPlane {
   BlockPlane(unsigned columns, unsigned rows)
-      : width((columns + kSide - 1) / kSide * kSide), height((rows + kSide - 1) / kSide * kSide), samples(width * height) {}
+      : width((columns + kSide - 1) / kSide * kSide),
+        height((rows + kSide - 1) / kSide * kSide),
+        samples(width * height) {}
 
   void fillUp(unsigned columns, unsigned rows) {
     for (unsigned y = 0; y < rows; ++y) {
