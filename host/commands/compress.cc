@@ -97,7 +97,8 @@ void addCompress(CLI::App& program, Action& chosen) {
   command->add_option("FRAME", a->input, "A raw frame, as for develop")->required()->type_name("FILE");
   command->add_option("-o,--output", a->output, "The compressed frame")->required()->type_name("FILE.qvb");
   addNumber(*command, "-q,--quality", a->quality, 1, 100,
-            "Steps of 3 counts at 100, twice as large for every 10 less; 90 is good for measuring, 60 for looking");
+            "Steps of 1 count at 100, twice as large for every 10 less: 80 is below the noise of most sensors, 50 for "
+            "looking");
   command->add_flag("--lossless", a->lossless, "Every sample comes back, of any depth and pattern");
   addReadOptions(*command, a->read);
   command->add_flag("--force", a->force, "Replace a file that exists");

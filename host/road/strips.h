@@ -5,7 +5,7 @@
 //   Transformed: the mean M of both luminances of a cell and their difference D, Cb, Cr, each in 8x8 blocks of
 //   quantised
 //     cosine coefficients in zig-zag order. Mean and difference take fewer bits than the two luminances, which are
-//     nearly equal. |D| is at most 2404 and is limited to 2047, which no picture through a lens reaches.
+//     nearly equal.
 //   Lossless: what is left of the reversible planes Y1, Y2, U, V after prediction from neighbours, 64 values a block.
 //     Cells that do not come back from their planes, because a plane's range ends, are kept apart as they are.
 #ifndef QUORVEL_HOST_ROAD_STRIPS_H_
@@ -55,10 +55,10 @@ std::vector<std::uint16_t> samplesOf(const std::vector<std::uint16_t>& frame, co
 void putSamples(const std::vector<std::uint16_t>& samples, const CellGrid& grid, unsigned strip,
                 std::vector<std::uint16_t>& frame);
 
-// Quantiser steps of the four planes, row by row, 3 to 32767.
+// Quantiser steps of the four planes, row by row, from 1 on.
 using Steps = std::array<std::array<std::uint16_t, kBlock>, kPlanes>;
-// The steps of a quality from 1 to 100: the same for all frequencies, because the frame is yet to be developed, from 3
-// counts at 100 on, twice as large for every 10 less. The planes' steps stand to each other so that a bit spent on any
+// The steps of a quality from 1 to 100: the same for all frequencies, because the frame is yet to be developed, from 1
+// count at 100 on, twice as large for every 10 less. The planes' steps stand to each other so that a bit spent on any
 // of them takes as much off the error of the samples.
 Steps stepsOfQuality(int quality);
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
-#include <quorvel/dct_tables.h>
 #include <quorvel/quorvel.h>
 
 #include "host/road/strips.h"
@@ -13,10 +13,9 @@ namespace {
 
 constexpr unsigned kSide = 8;
 constexpr int kShift = 2048;
-// The forward transform takes a block of mean 0 for white: its sums wrap there. Blocks of 2 and more are clear of that.
-constexpr int kLowest = 2;
 
-// One plane, filled up to whole blocks by its last column and row, in the transforms' unsigned 12-bit samples.
+// One plane, filled up to whole blocks by its last column and row. The transform takes its level off modulo 2^16, so
+// that samples may lie beyond 12 bits, as D does.
 struct BlockPlane {
   BlockPlane(unsigned columns, unsigned rows)
       : width((columns + kSide - 1) / kSide * kSide),
@@ -35,44 +34,51 @@ struct BlockPlane {
   std::vector<std::uint16_t> samples;
 };
 
-// The tables that the quantiser takes besides the steps. Rounding is to the nearest for the first coefficient; for the
-// others the middle third of each step goes to the smaller value, which there costs fewer bits and is the likelier one.
-struct Quantiser {
-  explicit Quantiser(const std::array<std::uint16_t, kBlock>& steps) {
-    genQuantizeTable(steps.data(), reciprocals.data());
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      bias[i] = static_cast<std::uint16_t>(i == 0 ? steps[i] / 2 : steps[i] / 3);
-      twice[i] = static_cast<std::uint16_t>(2 * steps[i]);
-      limit[i] = static_cast<std::int16_t>(32767 / twice[i]);
-    }
-    const auto rowMajor = limit;  // the blocks are in zig-zag order when they are limited
-    zigzagBlock(rowMajor.data(), limit.data());
-  }
-
-  std::array<std::uint16_t, kBlock> reciprocals{}, bias{}, twice{};
-  // A coefficient beyond this times its step would leave the inverse's 16 bits: white would come back as black.
-  std::array<std::int16_t, kBlock> limit{};
-};
-
-void transformPlane(const BlockPlane& plane, const Quantiser& q, std::vector<std::int16_t>& blocks) {
-  const auto across = static_cast<unsigned>(plane.width / kSide);
+// The float transforms serve here: the 16-bit ones err by some counts where samples hardly differ from the mean level,
+// which is most of D, Cb and Cr, and take a block of zeros for white.
+void transformPlane(const BlockPlane& plane, const std::array<std::uint16_t, kBlock>& steps,
+                    std::vector<std::int16_t>& blocks) {
+  // Coefficients in quarters of a step. Of the first one of a block, halves are rounded up; of the others, all that is
+  // below 5/8 of a step goes to the smaller value, which there costs fewer bits and is the likelier one.
+  constexpr int kParts = 4;
+  std::array<float, kBlock> scales, parts, work;
+  std::transform(steps.begin(), steps.end(), scales.begin(), [](float step) { return kParts / step; });
   blocks.resize(plane.samples.size());
+  std::int16_t* to = blocks.data();
   for (std::size_t y = 0; y < plane.height; y += kSide) {
-    calcFDCT16_wq_strip(&plane.samples[y * plane.width], static_cast<unsigned>(2 * plane.width), across, q.bias.data(),
-                        q.reciprocals.data(), reinterpret_cast<std::uint16_t*>(&blocks[y * plane.width]), 1);
-  }
-  for (std::size_t at = 0; at < blocks.size(); at += kBlock) {
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      blocks[at + i] = std::clamp(blocks[at + i], static_cast<std::int16_t>(-q.limit[i]), q.limit[i]);
+    for (std::size_t x = 0; x < plane.width; x += kSide, to += kBlock) {
+      calcFDCTf_wq(&plane.samples[y * plane.width + x], static_cast<unsigned>(2 * plane.width), scales.data(),
+                   parts.data(), work.data());
+      std::array<std::int16_t, kBlock> block;
+      for (std::size_t i = 0; i < kBlock; ++i) {
+        const int v = static_cast<int>(parts[i]), magnitude = (std::abs(v) + (i == 0 ? 2 : 1)) / kParts;
+        block[i] = static_cast<std::int16_t>(v < 0 ? -magnitude : magnitude);
+      }
+      // The difference of two of these has still a symbol. Only D, in one of a block's every cell, could lie beyond.
+      block[0] = std::clamp(block[0], std::int16_t{-16383}, std::int16_t{16383});
+      zigzagBlock(block.data(), to);
     }
   }
 }
 
-void restorePlane(const std::vector<std::int16_t>& blocks, const Quantiser& q, BlockPlane& plane) {
-  const auto across = static_cast<unsigned>(plane.width / kSide);
+void restorePlane(const std::vector<std::int16_t>& blocks, const std::array<std::uint16_t, kBlock>& steps,
+                  BlockPlane& plane) {
+  const float *left = getIDCTf(), *right = left + kBlock;
+  std::array<std::int16_t, kBlock> block;
+  std::array<float, kBlock> values, half;
+  const std::int16_t* from = blocks.data();
   for (std::size_t y = 0; y < plane.height; y += kSide) {
-    calcIDCT16_wq_strip(reinterpret_cast<const std::uint16_t*>(&blocks[y * plane.width]), across, q.twice.data(),
-                        &plane.samples[y * plane.width], static_cast<unsigned>(2 * plane.width), 1);
+    for (std::size_t x = 0; x < plane.width; x += kSide, from += kBlock) {
+      dezigzagBlock(from, block.data());
+      for (std::size_t i = 0; i < kBlock; ++i) values[i] = static_cast<float>(block[i] * steps[i]);
+      matrMul8x8Flt(left, values.data(), half.data());
+      matrMul8x8Flt(half.data(), right, values.data());
+      for (std::size_t i = 0; i < kBlock; ++i) {  // limited to what is never reached, and positive: truncation rounds
+        const float v = std::clamp(values[i], -8192.0f, 8191.0f) + 8192.5f;
+        plane.samples[(y + i / kSide) * plane.width + x + i % kSide] =
+            static_cast<std::uint16_t>(static_cast<int>(v) - 8192 + kShift);
+      }
+    }
   }
 }
 
@@ -90,7 +96,7 @@ Steps stepsOfQuality(int quality) {
   constexpr std::array<double, kPlanes> kWeights = {1, 1.35, 1.09, 1.16};
   Steps steps;
   for (std::size_t plane = 0; plane < kPlanes; ++plane) {
-    const double step = kWeights[plane] * 3 * std::exp2((100 - quality) / 10.0);
+    const double step = kWeights[plane] * std::exp2((100 - quality) / 10.0);
     steps[plane].fill(static_cast<std::uint16_t>(std::lround(step)));
   }
   return steps;
@@ -111,7 +117,7 @@ Strip transformedStrip(const std::vector<std::uint16_t>& samples, const CellGrid
   for (std::size_t i = 0; i < y1.size(); ++i) {
     const int first = y1[i], second = y2[i];
     y1[i] = static_cast<std::int16_t>((first + second) >> 1);
-    y2[i] = static_cast<std::int16_t>(std::clamp(first - second, -kShift, kShift - 1));
+    y2[i] = static_cast<std::int16_t>(first - second);
   }
   Strip strip;
   BlockPlane plane(columns, rows);
@@ -119,10 +125,10 @@ Strip transformedStrip(const std::vector<std::uint16_t>& samples, const CellGrid
     const std::int16_t* from = cells.planes[p].data();
     for (unsigned y = 0; y < rows; ++y, from += columns) {
       std::transform(from, from + columns, &plane.samples[y * plane.width],
-                     [](std::int16_t v) { return static_cast<std::uint16_t>(std::max(v + kShift, kLowest)); });
+                     [](std::int16_t v) { return static_cast<std::uint16_t>(v + kShift); });
     }
     plane.fillUp(columns, rows);
-    transformPlane(plane, Quantiser(steps[p]), strip.blocks[p]);
+    transformPlane(plane, steps[p], strip.blocks[p]);
   }
   return strip;
 }
@@ -134,7 +140,7 @@ std::vector<std::uint16_t> samplesOfTransformed(const Strip& strip, const CellGr
   CellPlanes cells(grid.cellsOf(index));
   BlockPlane plane(columns, rows);
   for (std::size_t p = 0; p < kPlanes; ++p) {
-    restorePlane(strip.blocks[p], Quantiser(steps[p]), plane);
+    restorePlane(strip.blocks[p], steps[p], plane);
     std::int16_t* to = cells.planes[p].data();
     for (unsigned y = 0; y < rows; ++y, to += columns) {
       std::transform(&plane.samples[y * plane.width], &plane.samples[y * plane.width] + columns, to,

@@ -28,6 +28,7 @@ class ForwardTransform {
  private:
   JpegSteps steps_;
   std::array<std::uint16_t, 64> bias_, reciprocals_;
+  int scaledFirst_;
 };
 
 class InverseTransform {

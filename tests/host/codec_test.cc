@@ -33,7 +33,7 @@ Mosaic mosaicOf(unsigned width, unsigned height, Words words, Phase phase = Phas
 Mosaic sceneMosaic() { return {smallScene().frame, Phase::GRBG}; }
 
 TEST(Qvb, LosslessFramesComeBackBitForBit) {
-  for (const auto [width, height] :
+  for (const auto& [width, height] :
        {std::pair{1u, 1u}, {1u, 6u}, {5u, 1u}, {2u, 2u}, {3u, 65u}, {131u, 64u}, {66u, 200u}}) {
     for (const Pattern pattern : quorvel::test::kAllPatterns) {
       for (const std::uint16_t high : {255, 4095, 16383, 65535}) {
@@ -60,14 +60,14 @@ TEST(Qvb, LosslessFramesComeBackBitForBit) {
 
 double psnrOf(const RawFrame& a, const RawFrame& b) {
   double squares = 0;
-  for (std::size_t i = 0; i < a.samples.size(); ++i) squares += std::pow(double{a.samples[i]} - b.samples[i], 2);
+  for (std::size_t i = 0; i < a.samples.size(); ++i) squares += std::pow(a.samples[i] - b.samples[i], 2);
   return 10 * std::log10(4095.0 * 4095.0 * static_cast<double>(a.samples.size()) / squares);
 }
 
 TEST(Qvb, QualityDecidesLossAndLength) {
   RawFrame frame = smallScene().frame;
   std::size_t longer = frame.samples.size() * 2;
-  for (const auto& [quality, least] : {std::pair{100, 66.0}, {90, 62.0}, {70, 52.0}, {40, 38.0}, {1, 20.0}}) {
+  for (const auto& [quality, least] : {std::pair{100, 71.0}, {90, 68.0}, {70, 58.0}, {40, 40.5}, {1, 25.0}}) {
     const Bytes file = compressed(frame, quality);
     EXPECT_LT(file.size(), longer);
     EXPECT_GE(psnrOf(frame, expanded(file, "f").mosaic.frame), least) << quality;
@@ -93,7 +93,8 @@ void expectConfined(const Bytes& file, const RawFrame& frame, std::size_t mostLo
   for (const RowRange& rows : back.lost) std::fill(lost.begin() + rows.first, lost.begin() + rows.end, true);
   EXPECT_LE(static_cast<std::size_t>(std::count(lost.begin(), lost.end(), true)), mostLost) << what;
   for (std::size_t i = 0; i < frame.samples.size(); ++i) {
-    if (!lost[i / frame.width]) ASSERT_EQ(back.mosaic.frame.samples[i], frame.samples[i]) << what;
+    if (lost[i / frame.width]) continue;
+    ASSERT_EQ(back.mosaic.frame.samples[i], frame.samples[i]) << what;
   }
 }
 
@@ -242,7 +243,7 @@ TEST(Jpeg, OtherProgramsReadOurs) {
       const Bytes &was = std::get<0>(original.samples), &is = std::get<0>(back.samples);
       for (std::size_t i = 0; i < was.size(); ++i)
         squares += std::pow(was[i] - is[i], 2) / static_cast<double>(was.size());
-      EXPECT_LT(squares, options.quality == 100 ? 1.0 : options.quality == 90 ? 12 : 2000);
+      EXPECT_LT(squares, options.quality == 100 ? 1.5 : 2000);
 #ifdef QUORVEL_PEER_LIBJPEG
       const PeerFile peer = peerRead(file);
       expectCoefficients(own, peer);
