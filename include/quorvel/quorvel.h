@@ -5,6 +5,7 @@
 #define QUORVEL_QUORVEL_H_
 
 #include <quorvel/bayer.h>
+#include <quorvel/codec.h>
 #include <quorvel/errors.h>
 #include <quorvel/geometry.h>
 #include <quorvel/guards.h>

@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <quorvel/dct_tables.h>
+
+#include "runtime/capabilities.h"
+#include "tests/support/prove.h"
+#include "tests/support/reference/dct.h"
+
+namespace quorvel::test {
+namespace {
+
+using reference::Block;
+using reference::Words;
+using Steps = Block<std::uint16_t>;
+
+template <typename T>
+Block<T> block(Pattern pattern, std::uint32_t seed, T low = std::numeric_limits<T>::min(),
+               T high = std::numeric_limits<T>::max()) {
+  Block<T> out;
+  std::ranges::copy(samples<T>(64, pattern, seed, low, high), out.begin());
+  return out;
+}
+
+// The factors as the models want them: each table its own random values, so that none is taken for another, or the
+// contents that clients use.
+struct Factors {
+  Words forwardLeft, forwardLeft8, forwardRight, inverseLeft, inverseLeft8, inverseRight;
+
+  explicit Factors(Pattern pattern) {
+    if (pattern == Pattern::Structured) {
+      fillTransformTables();
+    } else {
+      std::uint32_t seed = 10;
+      for (std::uint64_t* table : {getFDCT64(), getIDCT64()}) spread(block<std::int16_t>(pattern, ++seed), table, 1);
+      for (std::uint64_t* table : {getFDCT64_2(), getIDCT64_2()})
+        spread(block<std::int16_t>(pattern, ++seed), table, 2);
+      for (std::int16_t* table : {getFDCT16(), getIDCT16()})
+        std::ranges::copy(block<std::int16_t>(pattern, ++seed), table);
+    }
+    for (int i = 0; i < 64; ++i) {
+      forwardLeft[i] = static_cast<std::int16_t>(getFDCT64()[i]);
+      forwardLeft8[i] = static_cast<std::int16_t>(getFDCT64_2()[2 * i]);
+      inverseLeft[i] = static_cast<std::int16_t>(getIDCT64()[i]);
+      inverseLeft8[i] = static_cast<std::int16_t>(getIDCT64_2()[2 * i]);
+    }
+    std::copy_n(getIDCT16(), 64, forwardRight.begin());
+    std::copy_n(getFDCT16(), 64, inverseRight.begin());
+  }
+
+  static void spread(const Words& values, std::uint64_t* table, int words) {
+    for (int i = 0; i < 64 * words; ++i) table[i] = static_cast<std::uint16_t>(values[i / words]) * 0x0001000100010001u;
+  }
+};
+
+// Blocks side by side: samples against a guard page, rows a padded stride apart.
+template <typename Sample>
+struct Strip {
+  unsigned blocks, pitch;
+  GuardedBuffer<Sample> samples;
+
+  Strip(unsigned count, Pattern pattern, Guard guard, std::uint32_t seed)
+      : blocks(count),
+        pitch(8 * count + (guard == Guard::AfterEnd ? 0 : 3)),
+        samples(test::samples<Sample>(7 * pitch + 8 * count, pattern, seed, 0, sizeof(Sample) == 1 ? 255 : 4095),
+                guard) {
+    for (unsigned b = 1; b < count; b += 3) {  // some that are flat, and one that is so but for its last sample
+      for (unsigned i = 0; i < 64; ++i) at(b, i) = static_cast<Sample>(b == 7 ? 128 : 40 * b);
+      if (b == 4) at(b, 63) ^= 1;
+    }
+  }
+  Sample& at(unsigned b, unsigned i) { return samples.data()[i / 8 * pitch + 8 * b + i % 8]; }
+  Block<int> block(unsigned b) {
+    Block<int> out;
+    for (unsigned i = 0; i < 64; ++i) out[i] = at(b, i);
+    return out;
+  }
+  unsigned stride() const { return pitch * sizeof(Sample); }
+};
+
+Words inZigzag(const Words& in) {
+  Words out;
+  for (int i = 0; i < 64; ++i) out[i] = in[reference::kZigzag[i]];
+  return out;
+}
+
+template <typename T, typename U>
+testing::AssertionResult holdsBlock(GuardedBuffer<T>& actual, const Block<U>& expected) {
+  return holds(actual, std::vector<T>(expected.begin(), expected.end()));
+}
+
+const std::vector<unsigned> kStripLengths = {0, 1, 2, 7, 8, 9, 19};
+
+using ForwardByte = decltype(&calcFDCT16_bq);
+using InverseWord = decltype(&calcIDCT16_bq);
+
+TEST(Dct, ForwardTransformsOfBytesDoAsTheModel) {
+  const CapabilityCells cells = capabilityCells;
+  proveRows(kStripLengths, [](unsigned blocks, Pattern pattern, Guard guard) {
+    const Factors factors(pattern);
+    const Steps bias = block<std::uint16_t>(pattern, 3), recip = block<std::uint16_t>(pattern, 4, 1, 21846);
+    for (const int answer : {-1, 0, 1, 0x400000}) {
+      capabilityCells.commonEmmx = answer;
+      Strip<std::uint8_t> strip(blocks, pattern, guard, 5);
+      std::vector<std::uint16_t> rowMajor, zigzag;
+      for (unsigned b = 0; b < blocks; ++b) {
+        const Block<int> in = strip.block(b);
+        const bool flat = answer == 1 && std::ranges::count(in, in[0]) == 64;
+        const auto expected = [&](const Words& left) {
+          if (flat) return reference::flat(in[0], bias[0], recip[0]);
+          Words y = reference::forward(in, {128, 3, 0}, left, factors.forwardRight);
+          for (int i = 0; i < 64; ++i) y[i] = reference::quantised(y[i], bias[i], recip[i]);
+          return y;
+        };
+        for (const auto& [routine, left] : {std::pair<ForwardByte, Words>(calcFDCT16_bq, factors.forwardLeft),
+                                            {calcFDCT16_bq_SSE2var, factors.forwardLeft},
+                                            {calcFDCT16_bq_SSE2, factors.forwardLeft8}}) {
+          GuardedBuffer<std::uint16_t> dst(64, guard);
+          EXPECT_EQ(routine(&strip.at(b, 0), strip.stride(), bias.data(), recip.data(), dst.data(), nullptr),
+                    dst.data());
+          EXPECT_TRUE(holdsBlock(dst, expected(left)));
+        }
+        const Words own = expected(factors.forwardLeft), reordered = inZigzag(own);
+        rowMajor.insert(rowMajor.end(), own.begin(), own.end());
+        zigzag.insert(zigzag.end(), reordered.begin(), reordered.end());
+      }
+      for (const int order : {0, 1}) {
+        GuardedBuffer<std::uint16_t> dst(std::size_t{64} * blocks, guard);
+        calcFDCT16_bq_strip(strip.samples.data(), strip.stride(), blocks, bias.data(), recip.data(), dst.data(), order);
+        EXPECT_TRUE(holds(dst, order == 0 ? rowMajor : zigzag));
+      }
+    }
+  });
+  capabilityCells = cells;
+}
+
+TEST(Dct, ForwardTransformsOfWordsDoAsTheModel) {
+  proveRows(kStripLengths, [](unsigned blocks, Pattern pattern, Guard guard) {
+    const Factors factors(pattern);
+    const Steps bias = block<std::uint16_t>(pattern, 3), recip = block<std::uint16_t>(pattern, 4, 1, 21846);
+    for (const std::uint16_t level : {2048, 0, 65535}) {
+      setJpegSubWord(level);
+      Strip<std::uint16_t> strip(blocks, pattern, guard, 6);
+      std::vector<std::uint16_t> rowMajor, zigzag;
+      for (unsigned b = 0; b < blocks; ++b) {
+        Words expected = reference::forward(strip.block(b), {level, 1, 1}, factors.forwardLeft, factors.forwardRight);
+        GuardedBuffer<std::uint16_t> plain(64, guard), quantised(64, guard);
+        calcFDCT16_w(&strip.at(b, 0), strip.stride(), plain.data(), nullptr);
+        EXPECT_TRUE(holdsBlock(plain, expected));
+        for (int i = 0; i < 64; ++i) expected[i] = reference::quantised(expected[i], bias[i], recip[i]);
+        calcFDCT16_wq(&strip.at(b, 0), strip.stride(), bias.data(), recip.data(), quantised.data(), nullptr);
+        EXPECT_TRUE(holdsBlock(quantised, expected));
+        const Words reordered = inZigzag(expected);
+        rowMajor.insert(rowMajor.end(), expected.begin(), expected.end());
+        zigzag.insert(zigzag.end(), reordered.begin(), reordered.end());
+      }
+      for (const int order : {0, 1}) {
+        GuardedBuffer<std::uint16_t> dst(std::size_t{64} * blocks, guard);
+        calcFDCT16_wq_strip(strip.samples.data(), strip.stride(), blocks, bias.data(), recip.data(), dst.data(), order);
+        EXPECT_TRUE(holds(dst, order == 0 ? rowMajor : zigzag));
+      }
+    }
+  });
+  setJpegSubWord(2048);
+}
+
+TEST(Dct, InverseTransformsDoAsTheModel) {
+  proveRows(kStripLengths, [](unsigned blocks, Pattern pattern, Guard guard) {
+    const Factors factors(pattern);
+    // Coefficients as they are met, and, with steps of any size, such as wrap in every sum.
+    const bool tame = pattern == Pattern::Structured;
+    const Words coefs = tame ? block<std::int16_t>(Pattern::Random, 7, -60, 60) : block<std::int16_t>(pattern, 7);
+    const Steps steps = block<std::uint16_t>(pattern, 8, 1, tame ? 8 : 65535);
+    Words doubled, dequantised;
+    for (int i = 0; i < 64; ++i) {
+      doubled[i] = reference::wrapped(coefs[i] * 2);
+      dequantised[i] = reference::wrapped(coefs[i] * steps[i]);
+    }
+    const auto* words = reinterpret_cast<const std::uint16_t*>(coefs.data());
+    const unsigned pitch = 8 * blocks + 5;
+    const auto check = [&]<typename Sample>(auto&& routine, const Steps& expected, unsigned count, Sample) {
+      GuardedBuffer<Sample> out(count == 0 ? 0 : 7 * pitch + 8 * count, guard);
+      std::vector<Sample> wanted = out.copy();
+      for (unsigned b = 0; b < count; ++b) {
+        for (unsigned i = 0; i < 64; ++i) wanted[i / 8 * pitch + 8 * b + i % 8] = static_cast<Sample>(expected[i]);
+      }
+      routine(out.data(), static_cast<unsigned>(pitch * sizeof(Sample)));
+      EXPECT_TRUE(holds(out, wanted));
+    };
+    const auto rule = [&](const Words& x, const reference::InverseRule& kind, const Words& left) {
+      return reference::inverse(x, kind, left, factors.inverseRight);
+    };
+    const Steps to12 = rule(dequantised, reference::kTo12, factors.inverseLeft);
+    const Steps to8 = rule(dequantised, reference::kTo8, factors.inverseLeft);
+    const std::uint16_t word = 0;
+    const std::uint8_t byte = 0;
+    check([&](auto* out, unsigned stride) { calcIDCT16_w(words, out, stride, nullptr, nullptr); },
+          rule(doubled, reference::kTo12, factors.inverseLeft), 1, word);
+    check([&](auto* out, unsigned stride) { calcIDCT16_wq(words, out, stride, steps.data(), nullptr, nullptr); }, to12,
+          1, word);
+    check([&](auto* out, unsigned stride) { calcIDCT16_bq(words, out, stride, steps.data(), nullptr, nullptr); }, to8,
+          1, word);
+    check([&](auto* out, unsigned stride) { calcIDCT_SSE2(words, out, stride, steps.data(), nullptr, nullptr); },
+          rule(dequantised, reference::kTo8, factors.inverseLeft8), 1, word);
+    for (const int order : {0, 1}) {
+      const Words ordered = order == 0 ? coefs : inZigzag(coefs);
+      GuardedBuffer<std::uint16_t> strip(std::size_t{64} * blocks, guard);
+      for (unsigned b = 0; b < blocks; ++b) std::ranges::copy(ordered, strip.data() + 64 * b);
+      check([&](auto* out,
+                unsigned stride) { calcIDCT16_bq_strip(strip.data(), blocks, steps.data(), out, stride, order); },
+            to8, blocks, byte);
+      check([&](auto* out,
+                unsigned stride) { calcIDCT16_wq_strip(strip.data(), blocks, steps.data(), out, stride, order); },
+            to12, blocks, word);
+    }
+  });
+}
+
+TEST(Dct, FloatTransformsDoAsTheModelToTheBit) {
+  const auto rounded = [](float v) { return std::round(v); };
+  proveRows({1}, [&](unsigned, Pattern pattern, Guard guard) {
+    fillTransformTables();
+    Block<float> scale, left, right;
+    for (int i = 0; i < 64; ++i) {
+      scale[i] = 1.0f / static_cast<float>(3 + 5 * i);
+      left[i] = static_cast<float>(std::sin(i + 1));
+      right[i] = static_cast<float>(std::cos(3 * i));
+    }
+    Block<float> basis, transposed;
+    std::copy_n(getFDCTf(), 64, basis.begin());
+    std::copy_n(getFDCTf() + 64, 64, transposed.begin());
+    Strip<std::uint8_t> bytes(1, pattern, guard, 1);
+    Strip<std::uint16_t> words(1, pattern, guard, 2);
+    const auto check = [&](auto&& routine, const Block<int>& in, int level, float unit, const Block<float>& l,
+                           const Block<float>& r, bool whole) {
+      Block<float> x;
+      std::ranges::transform(in, x.begin(), [=](int s) { return static_cast<float>(s - level) * unit; });
+      Block<float> y = reference::product(reference::product(l, x), r);
+      for (int i = 0; i < 64; ++i) y[i] = whole ? rounded(y[i] * scale[i]) : y[i] * scale[i];
+      GuardedBuffer<float> dst(64, guard);
+      routine(dst.data());
+      EXPECT_TRUE(holdsBlock(dst, y));
+    };
+    check([&](float* d) { calcFDCTf_bq(bytes.samples.data(), bytes.stride(), scale.data(), d, nullptr); },
+          bytes.block(0), 128, 8, basis, transposed, true);
+    check([&](float* d) { calcFDCTf_wq(words.samples.data(), words.stride(), scale.data(), d, nullptr); },
+          words.block(0), 2048, 1, basis, transposed, true);
+    for (const auto routine : {calcFDCTFlt_SSE, calcFDCTFlt_3DNow}) {
+      check(
+          [&](float* d) {
+            routine(bytes.samples.data(), bytes.stride(), left.data(), right.data(), scale.data(), d, nullptr);
+          },
+          bytes.block(0), 128, 8, left, right, false);
+    }
+    for (const auto routine : {matrMul8x8Flt, matrMul8x8Flt_SSE, matrMul8x8Flt_3DNow}) {
+      GuardedBuffer<float> product(64, guard);
+      routine(left.data(), right.data(), product.data());
+      EXPECT_TRUE(holdsBlock(product, reference::product(left, right)));
+    }
+    const Words coefs = block<std::int16_t>(pattern, 9, -90, 90);
+    Block<float> x;
+    for (int i = 0; i < 64; ++i) x[i] = coefs[i] * scale[i];
+    x = reference::product(reference::product(left, x), right);
+    for (const auto routine : {calcIDCTFlt_SSE, calcIDCTFlt_SSE2}) {
+      GuardedBuffer<std::uint8_t> out(7 * 11 + 8, guard);
+      std::vector<std::uint8_t> wanted = out.copy();
+      for (int i = 0; i < 64; ++i) {
+        wanted[i / 8 * 11 + i % 8] = static_cast<std::uint8_t>(std::clamp(rounded(x[i]) + 128, 0.0f, 255.0f));
+      }
+      routine(coefs.data(), scale.data(), left.data(), right.data(), out.data(), 11, nullptr);
+      EXPECT_TRUE(holds(out, wanted));
+    }
+  });
+}
+
+// With the client's tables: the 16-bit transforms beside the exact one, and each inverse after its forward partner.
+TEST(Dct, TablesMakeInversesUndoTheirForwardPartners) {
+  onEveryTarget([] {
+    QuantizerSteps ones, threes;
+    ones.fill(1), threes.fill(3);
+    for (const InverseTables kind : {InverseTables::Plain, InverseTables::ForwardsSteps8}) {
+      fillTransformTables(kind);
+      fillFloatScales(ones, 8);
+      const Quantizer q8 = makeQuantizer8(ones, kind), q12 = makeQuantizer12(threes);
+      ASSERT_TRUE(q8.valid && q12.valid);
+      for (const std::uint32_t seed : {1, 2, 3, 4}) {
+        const auto bytes = block<std::uint8_t>(Pattern::Random, seed);
+        const auto words = block<std::uint16_t>(Pattern::Random, seed, 0, 4095);
+        Steps coefs, out, wide;
+        Block<float> exact;
+        Block<std::uint8_t> outFloat;
+        Words signedCoefs;
+        calcFDCT16_bq(bytes.data(), 8, q8.bias.data(), q8.recip.data(), coefs.data(), nullptr);
+        calcFDCTf_bq(bytes.data(), 8, getFDCTfn(), exact.data(), nullptr);
+        calcIDCT16_bq(coefs.data(), out.data(), 16, q8.inverse.data(), nullptr, nullptr);
+        for (int i = 0; i < 64; ++i) {
+          signedCoefs[i] = static_cast<std::int16_t>(exact[i]);
+          EXPECT_LE(std::abs(static_cast<std::int16_t>(coefs[i]) - signedCoefs[i]), 1) << "coefficient " << i;
+          EXPECT_LE(std::abs(out[i] - bytes[i]), 6) << "sample " << i;
+        }
+        calcIDCTFlt_SSE(signedCoefs.data(), getIDCTfn(), getIDCTf(), getIDCTf() + 64, outFloat.data(), 8, nullptr);
+        for (int i = 0; i < 64; ++i) EXPECT_LE(std::abs(outFloat[i] - bytes[i]), 2) << "sample " << i;
+        if (kind != InverseTables::Plain) continue;
+        Steps plain;
+        calcFDCT16_w(words.data(), 16, plain.data(), nullptr);
+        calcIDCT16_w(plain.data(), out.data(), 16, nullptr, nullptr);
+        calcFDCT16_wq(words.data(), 16, q12.bias.data(), q12.recip.data(), coefs.data(), nullptr);
+        calcIDCT16_wq(coefs.data(), wide.data(), 16, q12.inverse.data(), nullptr, nullptr);
+        for (int i = 0; i < 64; ++i) {
+          EXPECT_LE(std::abs(out[i] - words[i]), 5) << "sample " << i;
+          EXPECT_LE(std::abs(wide[i] - words[i]), 8) << "sample " << i;
+        }
+      }
+    }
+  });
+}
+
+TEST(Dct, HandComputedValuesPinTheTables) {
+  fillTransformTables();
+  EXPECT_EQ(getFDCT64()[0], 0x5A825A825A825A82u);  // 23170
+  EXPECT_EQ(getFDCT64()[8], 0x7D8A7D8A7D8A7D8Au);  // 32138: frequency 1 at point 0
+  EXPECT_EQ(getIDCT16()[1], 32138);                // and transposed
+  EXPECT_EQ(getFDCT16()[8 + 7], -32138);
+  EXPECT_EQ(jpegSteps(kJpegLuminanceSteps, 50), kJpegLuminanceSteps);
+  EXPECT_EQ(jpegSteps(kJpegLuminanceSteps, 90)[0], 3);     // 16 * 20 %
+  EXPECT_EQ(jpegSteps(kJpegChrominanceSteps, 10)[0], 85);  // 17 * 500 %
+  EXPECT_EQ(jpegSteps(kJpegChrominanceSteps, 1)[63], 255);
+  EXPECT_EQ(jpegSteps(kJpegLuminanceSteps, 100)[63], 1);
+
+  // The first coefficient of a dark block wraps, which a level of 2046 prevents.
+  const Steps black{};
+  Words dark;
+  calcFDCT16_w(black.data(), 16, reinterpret_cast<std::uint16_t*>(dark.data()), nullptr);
+  EXPECT_EQ(dark[0], 16382);
+  setJpegSubWord(2046);
+  calcFDCT16_w(black.data(), 16, reinterpret_cast<std::uint16_t*>(dark.data()), nullptr);
+  EXPECT_LT(dark[0], -16000);
+  setJpegSubWord(2048);
+
+  Steps steps, recip;
+  steps.fill(3), steps[5] = 16, recip.fill(7);
+  EXPECT_EQ(genQuantizeTable(steps.data(), recip.data()), 0);
+  EXPECT_EQ(recip[4], 21846);
+  EXPECT_EQ(recip[5], 4096);
+  steps[10] = 1, recip.fill(7);
+  EXPECT_EQ(genQuantizeTable(steps.data(), recip.data()), 1);
+  EXPECT_EQ(recip[9], 21846);
+  EXPECT_EQ(recip[10], 7);
+}
+
+}  // namespace
+}  // namespace quorvel::test
