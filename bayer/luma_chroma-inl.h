@@ -11,7 +11,9 @@
 
 #include <hwy/highway.h>
 
-#include "bayer/cell_rows-inl.h"
+#include "bayer/luma_chroma.h"
+#include "bayer/pairs-inl.h"
+#include "simd/streaming-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace quorvel {
@@ -27,23 +29,12 @@ struct PlaneValues {
   V y1, y2, cb, cr;
 };
 
-// The two samples that each cell has in a row, as one word of 32 bits with the first in its lower half.
-template <class D>
-HWY_INLINE hn::Vec<D> loadPairs(D d, const std::uint16_t* row) {
-#if HWY_TARGET == HWY_SCALAR
-  return hn::Set(d, static_cast<std::int32_t>(row[0] | std::uint32_t{row[1]} << 16));
-#else
-  return hn::BitCast(d, hn::LoadU(hn::Repartition<std::uint16_t, D>(), row));
-#endif
-}
-
+// Of the pairs of samples that each cell has in its rows.
 template <class D, class V>
 HWY_INLINE Cell<V> cellOf(D d, V top, V bottom) {
-  const auto first = [=](V pair) HWY_ATTR { return hn::And(pair, hn::Set(d, 0xFFFF)); };
-  const auto second = [=](V pair) HWY_ATTR {
-    return hn::BitCast(d, hn::ShiftRight<16>(hn::BitCast(hn::RebindToUnsigned<D>(), pair)));
-  };
-  return {first(top), second(top), first(bottom), second(bottom)};
+  const auto odd = [=](V pairs)
+                       HWY_ATTR { return hn::BitCast(d, oddOf(hn::BitCast(hn::RebindToUnsigned<D>(), pairs))); };
+  return {evenOf(top), odd(top), evenOf(bottom), odd(bottom)};
 }
 
 // sum + first * first + second * second over pairs of signed 16-bit halves.
@@ -59,17 +50,6 @@ HWY_INLINE V addProducts(D d, V pairs, std::int32_t packedWeights, V sum) {
   const auto first = hn::ShiftRight<16>(hn::ShiftLeft<16>(pairs)), second = hn::ShiftRight<16>(pairs);
   return hn::Add(hn::Add(sum, hn::Mul(first, hn::Set(d, static_cast<std::int16_t>(packedWeights & 0xFFFF)))),
                  hn::Mul(second, hn::Set(d, packedWeights >> 16)));
-#endif
-}
-
-template <class D, class V>
-HWY_INLINE void storePairs([[maybe_unused]] D d, V first, V second, std::uint16_t* row) {
-#if HWY_TARGET == HWY_SCALAR
-  row[0] = static_cast<std::uint16_t>(hn::GetLane(first));
-  row[1] = static_cast<std::uint16_t>(hn::GetLane(second));
-#else
-  const hn::Repartition<std::uint16_t, D> d16;
-  hn::StoreU(hn::BitCast(d16, hn::Or(first, hn::ShiftLeft<16>(second))), d16, row);
 #endif
 }
 

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "simd/strided_rows.h"
+
 namespace quorvel {
 
 // A frame as cells of 2 x 2 samples, G1 R above B G2. A last row or column that has no partner is no part of it.
@@ -21,15 +23,6 @@ struct CellFrame {
 
   Sample* greenRed(std::size_t row) const { return samples + 2 * row * pitch; }
   Sample* blueGreen(std::size_t row) const { return greenRed(row) + pitch; }
-};
-
-// Rows in several places: where each first row begins, and how many samples the rows are apart there.
-template <typename T, std::size_t kPlaces>
-struct StridedRows {
-  std::array<T*, kPlaces> first;
-  std::array<std::size_t, kPlaces> stride;
-
-  T* row(std::size_t place, std::size_t y) const { return first[place] + y * stride[place]; }
 };
 
 // The planes of both luminances (or of the luminance and the green difference), of Cb and of Cr, a value a cell.

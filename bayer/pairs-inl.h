@@ -52,7 +52,7 @@ HWY_INLINE V pairOf(V even, V odd) {
 template <class D>
 HWY_INLINE void storePairs(hn::Vec<D> pairs, [[maybe_unused]] D d, std::uint16_t* p) {
 #if HWY_TARGET == HWY_SCALAR
-  const std::uint32_t lane = hn::GetLane(pairs);
+  const auto lane = hn::GetLane(pairs);
   std::memcpy(p, &lane, sizeof lane);
 #else
   const hn::Repartition<std::uint16_t, D> d16;

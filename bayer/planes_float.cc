@@ -93,15 +93,15 @@ HWY_FLATTEN void planesToRgb8(const FloatPlanes& in, std::uint8_t* rgb, std::siz
   const float high = largestSample(2 * std::fabs(std::round(offset)) - 1, 255);
   const std::array<Source, 3> sources = {reads<1>(in.y, in.pitch), reads<1>(in.cb, in.pitch),
                                          reads<1>(in.cr, in.pitch)};
-  writeCellRows<float, 3>(height, width, StridedRows<std::uint8_t, 1>{{rgb}, {3 * pitch}}, true, sources,
-                          [&](auto df, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
-                            const auto load = [=](const float* plane)
-                                                  HWY_ATTR { return hn::LoadU(df, plane + row * in.pitch + i); };
-                            const auto colour = colourOf(df, load(in.y), load(in.cb), load(in.cr), offset);
-                            const hn::Rebind<std::uint8_t, decltype(df)> d8;
-                            const auto byte = [=](auto v) HWY_ATTR { return hn::DemoteTo(d8, sampleOf(df, v, high)); };
-                            hn::StoreInterleaved3(byte(colour.r), byte(colour.g), byte(colour.b), d8, to[0]);
-                          });
+  writeStridedRows<float, 3>(
+      height, width, StridedRows<std::uint8_t, 1>{{rgb}, {3 * pitch}}, true, sources,
+      [&](auto df, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
+        const auto load = [=](const float* plane) HWY_ATTR { return hn::LoadU(df, plane + row * in.pitch + i); };
+        const auto colour = colourOf(df, load(in.y), load(in.cb), load(in.cr), offset);
+        const hn::Rebind<std::uint8_t, decltype(df)> d8;
+        const auto byte = [=](auto v) HWY_ATTR { return hn::DemoteTo(d8, sampleOf(df, v, high)); };
+        hn::StoreInterleaved3(byte(colour.r), byte(colour.g), byte(colour.b), d8, to[0]);
+      });
 }
 
 template <typename Sample>

@@ -126,9 +126,10 @@ template <class Rule, typename T>
 HWY_INLINE void cellsToPlanes(const RawCells& in, const CellPlanes<T>& out, const Rule& rule, bool apart = true) {
   const std::array<Source, 2> sources = {reads<2>(in.greenRed(0), 2 * in.pitch),
                                          reads<2>(in.blueGreen(0), 2 * in.pitch)};
-  writeCellRows<std::int32_t, 1>(
+  writeStridedRows<std::int32_t, 1>(
       in.rows, in.columns, out, apart, sources, [&](auto d, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
-        const auto values = rule(d, loadPairs(d, in.greenRed(row) + 2 * i), loadPairs(d, in.blueGreen(row) + 2 * i));
+        const auto values =
+            rule(d, loadSamples(d, in.greenRed(row) + 2 * i), loadSamples(d, in.blueGreen(row) + 2 * i));
         const hn::Rebind<T, decltype(d)> plane;
         const auto store = [=](auto v, T* place) HWY_ATTR {
           if constexpr (sizeof(T) == 2) {

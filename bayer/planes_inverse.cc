@@ -23,7 +23,7 @@ HWY_INLINE void planesToCells(const CellPlanes<const T>& in, const CellFrame<std
   std::array<Source, 4> sources;
   for (std::size_t k = 0; k < 4; ++k) sources[k] = reads<1>(in.first[k], in.stride[k]);
   const StridedRows<std::uint16_t, 2> rows = {{out.greenRed(0), out.blueGreen(0)}, {2 * out.pitch, 2 * out.pitch}};
-  writeCellRows<std::int32_t, 2>(
+  writeStridedRows<std::int32_t, 2>(
       out.rows, out.columns, rows, true, sources, [&](auto d, std::size_t row, std::size_t i, const auto& to) HWY_ATTR {
         const auto load = [&](std::size_t plane) HWY_ATTR {
           const hn::Rebind<T, decltype(d)> dt;
@@ -36,8 +36,8 @@ HWY_INLINE void planesToCells(const CellPlanes<const T>& in, const CellFrame<std
         };
         const auto y1 = load(0);
         const auto cell = rule(d, PlaneValues<hn::Vec<hn::DFromV<decltype(y1)>>>{y1, load(1), load(2), load(3)});
-        storePairs(d, cell.g1, cell.r, to[0]);
-        storePairs(d, cell.b, cell.g2, to[1]);
+        storePairs(pairOf(cell.g1, cell.r), d, to[0]);
+        storePairs(pairOf(cell.b, cell.g2), d, to[1]);
       });
 }
 

@@ -91,6 +91,7 @@ void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerGeometryTileContests();
+void registerHuffmanContests();
 void registerLayoutContests();
 void registerPixelContests();
 

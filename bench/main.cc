@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
   quorvel::bench::registerGeometryTileContests();
+  quorvel::bench::registerHuffmanContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),

@@ -5,6 +5,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <bit>
+
 #include "codec/huffman_bits.h"
 #include "codec/huffman_scan.h"
 #include "simd/lanes-inl.h"
@@ -26,33 +28,44 @@ HWY_INLINE V reverseInBytes(V v) {
   return swap(hn::ShiftRight<4>(v), hn::ShiftLeft<4>(v), 0x0F0F0F0F0F0F0F0Fu);
 }
 
+// High bits of bytes; of the lowest byte of ones it is set for certain, and for none below it.
+template <class V>
+HWY_INLINE V onesIn(V v) {
+  const hn::DFromV<V> d;
+  const auto carried = hn::AndNot(hn::Add(v, hn::Set(d, 0x0101010101010101u)), v);
+  return hn::And(carried, hn::Set(d, 0x8080808080808080u));
+}
+
 // `out` may be `data`: what is written never runs ahead of what has been read.
 ScanResult scanSegment(const std::uint8_t* data, std::size_t length, std::uint8_t* out) {
-  const hn::ScalableTag<std::uint64_t> d;
-  const std::size_t bytes = hn::Lanes(d) * sizeof(std::uint64_t);
   std::size_t from = 0, to = 0;
-  while (from < length) {
-    if (from + bytes <= length) {
+  // Brings over whole vectors that have no byte of ones; gives the first that has one, or 0 at the end.
+  const auto copyVectors = [&](auto d) HWY_ATTR {
+    const std::size_t bytes = hn::Lanes(d) * sizeof(std::uint64_t);
+    auto ones = hn::Zero(d);
+    for (; from + bytes <= length; from += bytes, to += bytes) {
       const auto v = hn::LoadU(d, reinterpret_cast<const std::uint64_t*>(data + from));
-      // A byte of ones is one whose complement is 0: the borrow from such a byte reaches its high bit.
-      const auto borrowed = hn::AndNot(hn::Add(v, hn::Set(d, 0x0101010101010101u)), v);
-      if (HWY_LIKELY(hn::AllTrue(d, hn::Eq(hn::And(borrowed, hn::Set(d, 0x8080808080808080u)), hn::Zero(d))))) {
-        hn::StoreU(reverseInBytes(v), d, reinterpret_cast<std::uint64_t*>(out + to));
-        from += bytes;
-        to += bytes;
-        continue;
-      }
+      ones = onesIn(v);
+      if (HWY_UNLIKELY(!hn::AllTrue(d, hn::Eq(ones, hn::Zero(d))))) break;
+      hn::StoreU(reverseInBytes(v), d, reinterpret_cast<std::uint64_t*>(out + to));
+      ones = hn::Zero(d);
     }
-    // Up to the next byte of ones and past it, or to the end of the data.
-    while (from < length) {
+    return ones;
+  };
+  while (from < length) {
+    copyVectors(hn::ScalableTag<std::uint64_t>());
+    const std::uint64_t ones = hn::GetLane(copyVectors(hn::CappedTag<std::uint64_t, 1>()));
+    // Up to the byte of ones and past it, or to the end of the data.
+    const std::size_t last = ones != 0 ? from + static_cast<unsigned>(std::countr_zero(ones)) / 8 : length - 1;
+    for (; from <= last; ++from) {
       const std::uint8_t byte = data[from];
-      if (byte == 0xFF && from + 1 < length && data[from + 1] != 0) return {data[from + 1], from, to};
-      out[to++] = static_cast<std::uint8_t>(reverseBits(byte, 8));
-      ++from;
-      if (byte == 0xFF) {
-        ++from;
+      if (byte == 0xFF && from + 1 < length) {
+        if (data[from + 1] != 0) return {data[from + 1], from, to};
+        out[to++] = byte;
+        from += 2;
         break;
       }
+      out[to++] = static_cast<std::uint8_t>(reverseBits(byte, 8));
     }
   }
   return {0, length, to};

@@ -17,11 +17,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "simd/lanes-inl.h"
+#include "simd/strided_rows.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace quorvel {
@@ -108,11 +110,12 @@ HWY_INLINE std::size_t pixelsToLine(std::uintptr_t place, std::size_t pixelBytes
 }
 
 // Calls body(d, row, i, out) so that the lanes of the calls cover pixels 0..width-1 of every row once and in order, as
-// forLanes does, except that i may be any number. The destinations are dense, kPerPixel samples of T a pixel; out[k] is
+// forLanes does, except that i may be any number. A pixel is kPerPixel samples of T in each destination; out[k] is
 // where destination k takes the pixels from i on. The body must have read what it needs of its lanes before it writes.
+// Without `apart` the destinations may lie over each other, and what the calls write remains in their order.
 template <typename Lane, std::size_t kPerPixel, typename T, std::size_t kOutputs, std::size_t kSources, typename Body>
-HWY_INLINE void writeRows(std::size_t rows, std::size_t width, std::array<T*, kOutputs> dst,
-                          const std::array<Source, kSources>& sources, Body&& body) {
+HWY_INLINE void writeStridedRows(std::size_t rows, std::size_t width, const StridedRows<T, kOutputs>& dst, bool apart,
+                                 const std::array<Source, kSources>& sources, Body&& body) {
   constexpr std::size_t kPixelBytes = kPerPixel * sizeof(T);
   // Pixels from..from+count-1 of a row, the first of which goes to `to`.
   const auto make = [&](std::size_t row, std::size_t from, std::size_t count, const auto& to) HWY_ATTR {
@@ -122,16 +125,22 @@ HWY_INLINE void writeRows(std::size_t rows, std::size_t width, std::array<T*, kO
       body(d, row, from + i, out);
     });
   };
-  if (!kTargetStreams || rows * width * kPixelBytes * kOutputs < kStreamedBytes) {
+  std::array<T*, kOutputs> to;
+  if (!kTargetStreams || !apart || rows * width * kPixelBytes * kOutputs < kStreamedBytes) {
     for (std::size_t row = 0; row < rows; ++row) {
-      make(row, 0, width, dst);
-      for (T*& to : dst) to += kPerPixel * width;
+      for (std::size_t k = 0; k < kOutputs; ++k) to[k] = dst.row(k, row);
+      make(row, 0, width, to);
     }
     return;
   }
   std::array<StreamedOutput<kPixelsPerBlock * kPixelBytes>, kOutputs> streams;
-  for (std::size_t k = 0; k < kOutputs; ++k) streams[k].begin(dst[k]);
+  for (std::size_t k = 0; k < kOutputs; ++k) streams[k].begin(dst.first[k]);
   for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t k = 0; k < kOutputs; ++k) {
+      if (row == 0 || dst.stride[k] == kPerPixel * width) continue;  // dense rows are one
+      streams[k].end();
+      streams[k].begin(dst.row(k, row));
+    }
     // A short block first, so that in the blocks after it vectors do not lie across two lines: on the side that has
     // more buffers, as one block cannot suit all.
     std::size_t count = kSources > kOutputs ? pixelsToLine(sources[0].place(row), sources[0].pixelBytes)
@@ -141,8 +150,8 @@ HWY_INLINE void writeRows(std::size_t rows, std::size_t width, std::array<T*, kO
       for (const Source& source : sources) {
         source.fetch(row, std::min(x + kPixelsAhead, width), std::min(x + kPixelsAhead + count, width));
       }
-      for (std::size_t k = 0; k < kOutputs; ++k) dst[k] = reinterpret_cast<T*>(streams[k].room());
-      make(row, x, count, dst);
+      for (std::size_t k = 0; k < kOutputs; ++k) to[k] = reinterpret_cast<T*>(streams[k].room());
+      make(row, x, count, to);
       for (auto& stream : streams) stream.push(count * kPixelBytes);
     }
   }
@@ -150,10 +159,19 @@ HWY_INLINE void writeRows(std::size_t rows, std::size_t width, std::array<T*, kO
   hwy::FlushStream();
 }
 
+// The same where each destination is dense and apart from the others.
+template <typename Lane, std::size_t kPerPixel, typename T, std::size_t kOutputs, std::size_t kSources, typename Body>
+HWY_INLINE void writeRows(std::size_t rows, std::size_t width, const std::array<T*, kOutputs>& dst,
+                          const std::array<Source, kSources>& sources, Body&& body) {
+  StridedRows<T, kOutputs> places{dst, {}};
+  places.stride.fill(kPerPixel * width);
+  writeStridedRows<Lane, kPerPixel>(rows, width, places, true, sources, std::forward<Body>(body));
+}
+
 // The same for one row: body(d, i, out).
 template <typename Lane, std::size_t kPerPixel, typename T, std::size_t kOutputs, std::size_t kSources, typename Body>
-HWY_INLINE void writeRow(std::size_t n, std::array<T*, kOutputs> dst, const std::array<Source, kSources>& sources,
-                         Body&& body) {
+HWY_INLINE void writeRow(std::size_t n, const std::array<T*, kOutputs>& dst,
+                         const std::array<Source, kSources>& sources, Body&& body) {
   writeRows<Lane, kPerPixel>(1, n, dst, sources,
                              [&](auto d, std::size_t, std::size_t i, const auto& out) HWY_ATTR { body(d, i, out); });
 }

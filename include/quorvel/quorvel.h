@@ -9,6 +9,7 @@
 #include <quorvel/errors.h>
 #include <quorvel/geometry.h>
 #include <quorvel/guards.h>
+#include <quorvel/huffman.h>
 #include <quorvel/pixel.h>
 #include <quorvel/runtime.h>
 #include <quorvel/types.h>

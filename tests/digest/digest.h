@@ -110,6 +110,7 @@ void addRuntime(Routines& routines);
 void addPixel(Routines& routines);
 void addBayer(Routines& routines);
 void addGeometry(Routines& routines);
+void addHuffman(Routines& routines);
 
 }  // namespace quorvel::test
 
