@@ -40,7 +40,8 @@ class BlockRows {
       : picture_(picture),
         columns_((picture.width + 7) / 8),
         rows_((picture.height + 7) / 8),
-        tables_{ForwardTransform(jpegSteps(quality, false)), ForwardTransform(jpegSteps(quality, true))},
+        tables_{ForwardTransform(jpegSteps(kJpegLuminanceSteps, quality)),
+                ForwardTransform(jpegSteps(kJpegChrominanceSteps, quality))},
         strips_(picture.channels, std::vector<std::uint8_t>(std::size_t{64} * columns_)),
         single_(picture.channels > 1 ? kBlock * columns_ : 0),
         blocks_(kBlock * columns_ * picture.channels) {

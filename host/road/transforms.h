@@ -7,33 +7,30 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <quorvel/dct_tables.h>
+
 namespace quorvel::host {
 
 // Fills the library's tables when it is called first.
 void prepareTransforms();
 
-using JpegSteps = std::array<std::uint16_t, 64>;  // 1 to 255, row by row
-
-// The usual steps of a quality from 1 to 100.
-JpegSteps jpegSteps(int quality, bool chroma);
-
+// Steps are those of a JPEG file.
 class ForwardTransform {
  public:
-  explicit ForwardTransform(const JpegSteps& steps);
+  explicit ForwardTransform(const QuantizerSteps& steps);
 
   // Quantised blocks, side by side and in zig-zag order, of eight rows of samples.
   void blockRow(const std::uint8_t* samples, std::size_t pitch, unsigned blocks, std::int16_t* out) const;
-  JpegSteps zigzagSteps() const;
+  QuantizerSteps zigzagSteps() const;
 
  private:
-  JpegSteps steps_;
-  std::array<std::uint16_t, 64> bias_, reciprocals_;
-  int scaledFirst_;
+  QuantizerSteps steps_;
+  Quantizer quantizer_;
 };
 
 class InverseTransform {
  public:
-  explicit InverseTransform(const JpegSteps& zigzagSteps);
+  explicit InverseTransform(const QuantizerSteps& zigzagSteps);
 
   // The way back, into eight rows.
   void blockRow(const std::int16_t* blocks, unsigned count, std::uint8_t* samples, unsigned pitch) const;
