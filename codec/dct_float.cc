@@ -10,6 +10,7 @@
 
 #include "codec/dct.h"
 #include "codec/rounding-inl.h"
+#include "codec/zigzag-inl.h"
 #include "quorvel/codec.h"
 #include "simd/lanes-inl.h"
 
@@ -111,21 +112,26 @@ void forwardFloatGiven(const std::uint8_t* src, std::size_t stride, const float*
   });
 }
 
-void inverseFloat(const std::int16_t* coefs, const float* quant, const float* left, const float* right,
-                  std::uint8_t* out, std::size_t stride) {
+void inverseFloat(const std::int16_t* coefs, std::size_t blocks, const float* quant, const float* left,
+                  const float* right, std::uint8_t* out, std::size_t stride, bool zigzag) {
+  std::int16_t rowMajor[64];
   float x[64];
   std::uint8_t tile[64];
-  forFloats(64, [&](auto d, std::size_t i) HWY_ATTR {
-    const auto c = wholeFloats(d, hn::LoadU(hn::Rebind<std::int16_t, decltype(d)>(), coefs + i));
-    hn::StoreU(hn::Mul(c, hn::LoadU(d, quant + i)), d, x + i);
-  });
-  floatBlock(left, x, right, [&](auto d, std::size_t i, auto sum) HWY_ATTR {
-    const hn::Rebind<std::uint8_t, decltype(d)> d8;
-    const auto level = hn::Add(roundedToNearest(d, sum), hn::Set(d, 128.0f));
-    const auto sample = limited(d, level, 0.0f, 255.0f);
-    hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(hn::RebindToSigned<decltype(d)>(), sample)), d8, tile + i);
-  });
-  for (std::size_t r = 0; r < 8; ++r) std::memcpy(out + r * stride, tile + 8 * r, 8);
+  for (std::size_t b = 0; b < blocks; ++b, coefs += 64, out += 8) {
+    if (zigzag) reorderBlock<kFromZigzag>(coefs, rowMajor);
+    const std::int16_t* const ordered = zigzag ? rowMajor : coefs;
+    forFloats(64, [&](auto d, std::size_t i) HWY_ATTR {
+      const auto c = wholeFloats(d, hn::LoadU(hn::Rebind<std::int16_t, decltype(d)>(), ordered + i));
+      hn::StoreU(hn::Mul(c, hn::LoadU(d, quant + i)), d, x + i);
+    });
+    floatBlock(left, x, right, [&](auto d, std::size_t i, auto sum) HWY_ATTR {
+      const hn::Rebind<std::uint8_t, decltype(d)> d8;
+      const auto level = hn::Add(roundedToNearest(d, sum), hn::Set(d, 128.0f));
+      const auto sample = limited(d, level, 0.0f, 255.0f);
+      hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(hn::RebindToSigned<decltype(d)>(), sample)), d8, tile + i);
+    });
+    for (std::size_t r = 0; r < 8; ++r) std::memcpy(out + r * stride, tile + 8 * r, 8);
+  }
 }
 
 void multiplyFloats(const float* a, const float* b, float* product) { multiply(a, b, product); }
@@ -173,13 +179,19 @@ float* calcFDCTFlt_3DNow(const std::uint8_t* src, unsigned stride, const float* 
 
 std::uint8_t* calcIDCTFlt_SSE(const std::int16_t* coefs, const float* quant, const float* left, const float* right,
                               std::uint8_t* out, unsigned stride, float*) {
-  HWY_DYNAMIC_DISPATCH(inverseFloat)(coefs, quant, left, right, out, stride);
+  HWY_DYNAMIC_DISPATCH(inverseFloat)(coefs, 1, quant, left, right, out, stride, false);
   return out;
 }
 
 std::uint8_t* calcIDCTFlt_SSE2(const std::int16_t* coefs, const float* quant, const float* left, const float* right,
                                std::uint8_t* out, unsigned stride, float* work) {
   return calcIDCTFlt_SSE(coefs, quant, left, right, out, stride, work);
+}
+
+std::uint8_t* calcIDCTFlt_strip(const std::int16_t* coefs, unsigned blocks, const float* quant, const float* left,
+                                const float* right, std::uint8_t* out, unsigned stride, int zigzag) {
+  HWY_DYNAMIC_DISPATCH(inverseFloat)(coefs, blocks, quant, left, right, out, stride, zigzag != 0);
+  return out;
 }
 
 void matrMul8x8Flt(const float* a, const float* b, float* product) {

@@ -67,8 +67,8 @@ QUORVEL_API int genQuantizeTable(const std::uint16_t* steps, std::uint16_t* reci
 /// 12-bit samples: X = (s - level) << 1 and Y >> 1, so that with the plain tables Y is the orthonormal transform of
 /// s - 2048. Not quantised.
 ///
-/// A block of zeros lies at the edge of these 16 bits: its sums wrap, and Y[0] comes out as 16382 instead of -16386.
-/// Blocks whose mean is 2 or more are clear of that; `setJpegSubWord(2046)` keeps it from all 12-bit samples.
+/// Black blocks lie at the edge of these 16 bits: where all samples are 0 the sums wrap, and Y[0] comes out as 16382 in
+/// place of -16386; where all are 1 nothing wraps. A level below 2048 moves the edge to the white blocks.
 QUORVEL_API std::int16_t* calcFDCT16_w(const std::uint16_t* src, unsigned stride, std::uint16_t* dst,
                                        std::int64_t* work);
 /// The same, quantised.
@@ -118,8 +118,9 @@ QUORVEL_API std::uint16_t* calcIDCT16_w(const std::uint16_t* coefs, std::uint16_
 QUORVEL_API std::uint16_t* calcIDCT16_wq(const std::uint16_t* coefs, std::uint16_t* out, unsigned stride,
                                          const std::uint16_t* steps, std::uint16_t* temp, std::int64_t* work);
 /// To 8-bit samples in 16-bit words: the first pass adds no constant, y is the second's sum + 1, >> 1. Writes y + 128
-/// limited to 0..255; a y below -256 comes out as 255. Without a constant in the first pass, the results lie up to one
-/// or two levels below the exact inverse.
+/// limited to 0..255; a y below -256 comes out as 255. These constants leave the results one to two levels too dark on
+/// the average, with the plain tables more in the first column of busy blocks; `InverseTables` has better ones, and
+/// `calcIDCTFlt_strip` is exact.
 QUORVEL_API std::uint16_t* calcIDCT16_bq(const std::uint16_t* coefs, std::uint16_t* out, unsigned stride,
                                          const std::uint16_t* steps, std::uint16_t* temp, std::int64_t* work);
 /// `calcIDCT16_bq` with the left factor from `getIDCT64_2`.
@@ -160,6 +161,12 @@ QUORVEL_API std::uint8_t* calcIDCTFlt_SSE(const std::int16_t* coefs, const float
 /// `calcIDCTFlt_SSE`.
 QUORVEL_API std::uint8_t* calcIDCTFlt_SSE2(const std::int16_t* coefs, const float* quant, const float* left,
                                            const float* right, std::uint8_t* out, unsigned stride, float* work);
+
+/// `blocks` blocks, block i at coefs + 64 * i, in zig-zag order if `zigzag` is not 0, to a strip of samples side by
+/// side, block i at out + 8 * i, each as by `calcIDCTFlt_SSE`. `quant` is in row-major order. Returns `out`.
+QUORVEL_API std::uint8_t* calcIDCTFlt_strip(const std::int16_t* coefs, unsigned blocks, const float* quant,
+                                            const float* left, const float* right, std::uint8_t* out, unsigned stride,
+                                            int zigzag);
 
 /// dst[i] is src[i] * k, rounded towards zero after 0.375 has been added in the direction of the sample's sign where
 /// mask[i * maskStep] is not 0, and not rounded elsewhere. A `maskStep` of 0 has one mask byte for all. `n` may be 0.

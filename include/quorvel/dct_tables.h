@@ -37,21 +37,22 @@ constexpr double cosineBasis(unsigned k, unsigned j) {
 /// What the inverse transforms of 16 bits are to undo.
 enum class InverseTables {
   Plain,          ///< as said above; `calcIDCT16_w` undoes `calcFDCT16_w`
-  ForwardsSteps8  ///< both factors halved: `calcIDCT16_bq` undoes `calcFDCT16_bq` with the same steps
+  ForwardsSteps8  ///< right factor quartered: `calcIDCT16_bq` undoes `calcFDCT16_bq` with the same steps, and comes
+                  ///< nearer to the samples, since the first pass truncates in finer units
 };
 
 /// Fills all ten tables of the transforms. The float scales and steps are set to 1; see `fillFloatScales`.
 inline void fillTransformTables(InverseTables kind = InverseTables::Plain) {
   const auto fixed = [](double v) { return static_cast<std::int16_t>(v * 65536 + (v < 0 ? -0.5 : 0.5)); };
   const auto copies = [](std::int16_t v) { return static_cast<std::uint16_t>(v) * 0x0001000100010001u; };
-  const double scale = kind == InverseTables::Plain ? 1.0 : 0.5;
+  const double scale = kind == InverseTables::Plain ? 1.0 : 0.25;
   for (unsigned row = 0; row < 8; ++row) {
     for (unsigned column = 0; column < 8; ++column) {
       const unsigned i = 8 * row + column;
       const double basis = cosineBasis(row, column), transposed = cosineBasis(column, row);
       getFDCT64()[i] = getFDCT64_2()[2 * i] = getFDCT64_2()[2 * i + 1] = copies(fixed(basis));
       getIDCT16()[i] = fixed(transposed);
-      getIDCT64()[i] = getIDCT64_2()[2 * i] = getIDCT64_2()[2 * i + 1] = copies(fixed(transposed * scale));
+      getIDCT64()[i] = getIDCT64_2()[2 * i] = getIDCT64_2()[2 * i + 1] = copies(fixed(transposed));
       getFDCT16()[i] = fixed(basis * scale);
       getFDCTf()[i] = getIDCTf()[64 + i] = static_cast<float>(basis);
       getFDCTf()[64 + i] = getIDCTf()[i] = static_cast<float>(transposed);
