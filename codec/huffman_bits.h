@@ -209,7 +209,7 @@ class BitReader {
       return 64;
     }
     word = 0;
-    std::memcpy(&word, next_, static_cast<std::size_t>(end_ - next_));
+    if (end_ != next_) std::memcpy(&word, next_, static_cast<std::size_t>(end_ - next_));  // no data may be a null
     return static_cast<unsigned>(end_ - next_) * 8;
   }
 
