@@ -92,6 +92,7 @@ void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
+void registerJpegContests();
 void registerLayoutContests();
 void registerPixelContests();
 

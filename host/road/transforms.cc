@@ -58,14 +58,7 @@ InverseTransform::InverseTransform(const QuantizerSteps& zigzagSteps) {
 
 void InverseTransform::blockRow(const std::int16_t* blocks, unsigned count, std::uint8_t* samples,
                                 unsigned pitch) const {
-  const float* left = getIDCTf();
-  const float* right = left + 64;
-  float work[64];
-  std::int16_t block[64];
-  for (unsigned i = 0; i < count; ++i) {
-    dezigzagBlock(blocks + std::size_t{64} * i, block);
-    calcIDCTFlt_SSE2(block, steps_.data(), left, right, samples + std::size_t{8} * i, pitch, work);
-  }
+  calcIDCTFlt_strip(blocks, count, steps_.data(), getIDCTf(), getIDCTf() + 64, samples, pitch, 1);
 }
 
 }  // namespace quorvel::host
