@@ -95,6 +95,7 @@ void registerGeometryResampleContests();
 void registerGeometryMappingContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
+void registerJpegContests();
 void registerLayoutContests();
 void registerNumericsContests();
 void registerPixelContests();

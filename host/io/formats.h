@@ -36,6 +36,10 @@ struct ReadOptions {
 RawFrame readRawFrame(const fs::path& file, const ReadOptions& options);
 
 // A finished picture, told by its first bytes: PNG, TIFF, PPM or PGM. Throws DataError.
+// The same before it is brought to the library's form, every sample as the file has it.
+Mosaic readMosaic(const fs::path& file, const ReadOptions& options);
+
+// A picture of 8 bits, grey or of three colours: PGM, PPM or PNG, told by the first bytes.
 Picture readPicture(const fs::path& file);
 
 // Throws DataError for levels between which no picture has room.
@@ -47,12 +51,15 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file);
 
 // The same for a picture that may be grey, which no .ppm file is and every .pgm file is.
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels);
+bool isJpegName(const fs::path& file);
+bool isQvbName(const fs::path& file);
 
 // Throw DataError where this build lacks the format.
 void requireBuilt(PictureFormat format, const fs::path& file);
 void requireBuilt(RawFormat format, const fs::path& file);
 
-void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format);
+// The phase is noted where it is not the library's own and the format has room for notes.
+void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase = Phase::GRBG);
 void writePicture(OutputFile& out, const Picture& picture, PictureFormat format);
 
 // PNG, or what every build has.

@@ -96,15 +96,15 @@ Mosaic readPgm(const fs::path& file) {
   return mosaic;
 }
 
-void writePgm(OutputFile& out, const RawFrame& frame) {
+void writePgm(OutputFile& out, const RawFrame& frame, Phase phase) {
   std::string header = "P5\n";
-  const std::string notes = notesOf(frame);
+  const std::string notes = notesOf(frame, phase);
   for (std::size_t from = 0; from < notes.size();) {
     const std::size_t end = notes.find('\n', from);
     header += "# " + notes.substr(from, end + 1 - from);
     from = end + 1;
   }
-  header += fmt::format("{} {}\n{}\n", frame.width, frame.height, kFullScale);
+  header += fmt::format("{} {}\n{}\n", frame.width, frame.height, fitsFullScale(frame) ? kFullScale : 65535);
   out.write(header.data(), header.size());
   writeBigEndian(out, frame.samples);
 }
@@ -131,6 +131,11 @@ Picture readPnmPicture(const fs::path& file) {
     std::transform(image.samples.begin(), image.samples.end(), samples.begin(),
                    [](std::uint16_t v) { return static_cast<std::uint8_t>(v); });
   }
+  const bool grey = startOf(file) == "P5";
+  const Pnm image = readPnm(file, grey ? '5' : '6', grey ? 1 : 3);
+  Picture picture{image.width, image.height, 255, std::vector<std::uint8_t>(image.samples.size()), grey ? 1u : 3u};
+  std::transform(image.samples.begin(), image.samples.end(), std::get<0>(picture.samples).begin(),
+                 [&](unsigned v) { return static_cast<std::uint8_t>((v * 255 + image.maximum / 2) / image.maximum); });
   return picture;
 }
 
