@@ -5,8 +5,11 @@
 #define QUORVEL_QUORVEL_H_
 
 #include <quorvel/bayer.h>
+#include <quorvel/colour.h>
 #include <quorvel/errors.h>
+#include <quorvel/files.h>
 #include <quorvel/geometry.h>
+#include <quorvel/grids.h>
 #include <quorvel/guards.h>
 #include <quorvel/pixel.h>
 #include <quorvel/runtime.h>
