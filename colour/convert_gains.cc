@@ -14,7 +14,7 @@
 
 #include "colour/grid-inl.h"
 #include "quorvel/colour.h"
-#include "quorvel/pixel.h"
+#include "simd/lanes-inl.h"
 #include "simd/pixels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -107,6 +107,29 @@ void convertWords(const std::uint16_t* src, std::uint16_t* dst, const KxB* HWY_R
   for (; n != 0; --n, src += 3, dst += 3) convertPixel<Words64>(src, dst, cells);
 }
 
+// Cells hold a pixel's three channels side by side: the planes are interleaved in a band that stays in the cache.
+void convertPlanes(const std::uint16_t* const* src, std::uint16_t* const* dst, const KxB* cells, std::size_t n) {
+  constexpr std::size_t kBand = 512;
+  alignas(64) std::array<std::uint16_t, 3 * kBand> memory;
+  std::uint16_t* const band = memory.data();
+  for (std::size_t from = 0; from < n; from += kBand) {
+    const std::size_t pixels = std::min(kBand, n - from);
+    const std::uint16_t *in0 = src[0] + from, *in1 = src[1] + from, *in2 = src[2] + from;
+    std::uint16_t *out0 = dst[0] + from, *out1 = dst[1] + from, *out2 = dst[2] + from;
+    forLanes<std::uint16_t>(pixels, [=](auto d, std::size_t i) HWY_ATTR {
+      hn::StoreInterleaved3(hn::LoadU(d, in0 + i), hn::LoadU(d, in1 + i), hn::LoadU(d, in2 + i), d, band + 3 * i);
+    });
+    convertWords(band, band, cells, pixels);
+    forLanes<std::uint16_t>(pixels, [=](auto d, std::size_t i) HWY_ATTR {
+      hn::Vec<decltype(d)> c0, c1, c2;
+      hn::LoadInterleaved3(d, band + 3 * i, c0, c1, c2);
+      hn::StoreU(c0, d, out0 + i);
+      hn::StoreU(c1, d, out1 + i);
+      hn::StoreU(c2, d, out2 + i);
+    });
+  }
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace quorvel
 HWY_AFTER_NAMESPACE();
@@ -117,6 +140,7 @@ namespace quorvel {
 namespace {
 
 HWY_EXPORT(convertBytes);
+HWY_EXPORT(convertPlanes);
 HWY_EXPORT(convertWords);
 
 }  // namespace
@@ -138,15 +162,9 @@ int colorConv48_48MMX(const std::uint16_t* src, std::uint16_t* dst, const KxB* c
 int colorConv48_48MMX_Plane(const std::uint16_t* src0, const std::uint16_t* src1, const std::uint16_t* src2,
                             std::uint16_t* dst0, std::uint16_t* dst1, std::uint16_t* dst2, const KxB* cells,
                             unsigned n) {
-  // Cells hold a pixel's three channels side by side: the planes are interleaved in a band that stays in the cache.
-  constexpr std::size_t kBand = 512;
-  alignas(64) std::array<std::uint16_t, 3 * kBand> band;
-  for (std::size_t from = 0; from < n; from += kBand) {
-    const auto pixels = static_cast<unsigned>(std::min(kBand, n - from));
-    copy16_3_1(src0 + from, src1 + from, src2 + from, band.data(), pixels);
-    HWY_DYNAMIC_DISPATCH(convertWords)(band.data(), band.data(), cells, pixels);
-    copy16_3_toPlane(band.data(), dst0 + from, dst1 + from, dst2 + from, pixels);
-  }
+  const std::uint16_t* const src[3] = {src0, src1, src2};
+  std::uint16_t* const dst[3] = {dst0, dst1, dst2};
+  HWY_DYNAMIC_DISPATCH(convertPlanes)(src, dst, cells, n);
   return 0;
 }
 
