@@ -90,6 +90,7 @@ void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
+void registerColourContests();
 void registerGeometryTileContests();
 void registerLayoutContests();
 void registerPixelContests();

@@ -70,6 +70,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerCalibrationContests();
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
+  quorvel::bench::registerColourContests();
   quorvel::bench::registerGeometryTileContests();
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;

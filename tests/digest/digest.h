@@ -109,6 +109,7 @@ using Routines = std::map<std::string, std::function<void(Digest&)>>;
 void addRuntime(Routines& routines);
 void addPixel(Routines& routines);
 void addBayer(Routines& routines);
+void addColour(Routines& routines);
 void addGeometry(Routines& routines);
 
 }  // namespace quorvel::test

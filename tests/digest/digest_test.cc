@@ -52,7 +52,7 @@ const std::set<std::string> kOfTheMachine = {"quorvelVersion",
 
 Routines allRoutines() {
   Routines routines;
-  for (const auto add : {addRuntime, addPixel, addBayer, addGeometry}) add(routines);
+  for (const auto add : {addRuntime, addPixel, addBayer, addColour, addGeometry}) add(routines);
   return routines;
 }
 
