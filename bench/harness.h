@@ -93,6 +93,7 @@ void registerBayerPlanesContests();
 void registerDctContests();
 void registerGeometryResampleContests();
 void registerGeometryMappingContests();
+void registerColourContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
 void registerJpegContests();

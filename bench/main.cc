@@ -73,6 +73,7 @@ int main(int argc, char** argv) {
   quorvel::bench::registerDctContests();
   quorvel::bench::registerGeometryResampleContests();
   quorvel::bench::registerGeometryMappingContests();
+  quorvel::bench::registerColourContests();
   quorvel::bench::registerGeometryTileContests();
   quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();

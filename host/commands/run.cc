@@ -42,6 +42,7 @@ int run(std::vector<std::string> arguments) {
   addJpeg(program, chosen);
   addCompress(program, chosen);
   addExpand(program, chosen);
+  addLut(program, chosen);
   addInfo(program, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

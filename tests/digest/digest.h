@@ -110,6 +110,7 @@ void addRuntime(Routines& routines);
 void addPixel(Routines& routines);
 void addBayer(Routines& routines);
 void addCodec(Routines& routines);
+void addColour(Routines& routines);
 void addGeometry(Routines& routines);
 void addNumerics(Routines& routines);
 void addCodec(Routines& routines);
