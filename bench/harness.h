@@ -91,8 +91,14 @@ void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
 void registerDctContests();
+void registerGeometryResampleContests();
+void registerGeometryMappingContests();
+void registerColourContests();
 void registerGeometryTileContests();
+void registerHuffmanContests();
+void registerJpegContests();
 void registerLayoutContests();
+void registerNumericsContests();
 void registerPixelContests();
 
 }  // namespace quorvel::bench

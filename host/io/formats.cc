@@ -9,7 +9,6 @@
 
 #include "host/io/headerless.h"
 #include "host/io/pnm.h"
-#include "host/io/system.h"
 #ifdef QUORVEL_HAVE_PNG
 #include <png.h>
 
@@ -39,22 +38,13 @@ std::string extension(const fs::path& file) {
   return e;
 }
 
-bool startsLikePgm(const fs::path& file) {
-  std::array<char, 2> start{};
-  std::FILE* stream = openToRead(file);
-  if (stream == nullptr) return false;
-  const bool whole = std::fread(start.data(), 1, start.size(), stream) == start.size();
-  std::fclose(stream);
-  return whole && start[0] == 'P' && start[1] == '5';
-}
-
 RawFormat formatToRead(const fs::path& file) {
   const std::string e = extension(file);
   if (e == ".pgm" || e == ".pnm") return RawFormat::Pgm;
   if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
   if (e == ".raw16") return RawFormat::Raw16;
   if (e == ".raw12") return RawFormat::Raw12;
-  return fs::is_regular_file(file) && startsLikePgm(file) ? RawFormat::Pgm : RawFormat::Camera;
+  return startOf(file) == "P5" ? RawFormat::Pgm : RawFormat::Camera;
 }
 
 Mosaic readMosaic(const fs::path& file, RawFormat format, const ReadOptions& options) {
@@ -119,14 +109,37 @@ void requireBuilt([[maybe_unused]] RawFormat format, [[maybe_unused]] const fs::
 #endif
 }
 
-RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
+Mosaic readMosaic(const fs::path& file, const ReadOptions& options) {
   Mosaic mosaic = readMosaic(file, options.format.value_or(formatToRead(file)), options);
   if (options.phase) mosaic.phase = *options.phase;
   if (options.white) mosaic.frame.white = *options.white;
-  RawFrame frame = normalised(std::move(mosaic), file);
+  return mosaic;
+}
+
+RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
+  RawFrame frame = normalised(readMosaic(file, options), file);
   if (options.black) frame.black = *options.black;
   requireBlackBelowWhite(frame, file);
   return frame;
+}
+
+Picture readPicture(const fs::path& file) {
+  requireReadable(file);
+  const std::string start = startOf(file, 4);
+  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
+  if (start == "\x89PNG") {
+    requireBuilt(PictureFormat::Png, file);
+#ifdef QUORVEL_HAVE_PNG
+    return readPng(file);
+#endif
+  }
+  if (start.starts_with("II*") || start.starts_with("MM")) {
+    requireBuilt(PictureFormat::Tiff, file);
+#ifdef QUORVEL_HAVE_TIFF
+    return readTiffPicture(file);
+#endif
+  }
+  throw DataError(file, "is not a picture that is read: PNG, TIFF, PPM or PGM");
 }
 
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file) {
@@ -143,6 +156,13 @@ std::optional<RawFormat> rawFormatToWrite(const fs::path& file) {
   return std::nullopt;
 }
 
+bool isJpegName(const fs::path& file) {
+  const std::string e = extension(file);
+  return e == ".jpg" || e == ".jpeg";
+}
+
+bool isQvbName(const fs::path& file) { return extension(file) == ".qvb"; }
+
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
   const std::string e = extension(file);
   if (e == ".png") return PictureFormat::Png;
@@ -151,17 +171,23 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
   return std::nullopt;
 }
 
-void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format) {
+std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels) {
+  const std::string e = extension(file);
+  if (e == (channels == 1 ? ".pgm" : ".ppm")) return PictureFormat::Ppm;
+  return e == ".ppm" ? std::nullopt : pictureFormatToWrite(file);
+}
+
+void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase) {
   switch (format) {
     case RawFormat::Pgm:
-      return writePgm(out, frame);
+      return writePgm(out, frame, phase);
     case RawFormat::Raw16:
       return writeRaw16(out, frame);
     case RawFormat::Raw12:
       return writeRaw12(out, frame);
 #ifdef QUORVEL_HAVE_TIFF
     case RawFormat::Tiff:
-      return writeTiff(out, frame);
+      return writeTiff(out, frame, phase);
 #endif
     default:
       out.giveUp("is of a kind that is not written");
