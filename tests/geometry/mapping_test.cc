@@ -170,7 +170,9 @@ TEST(Ring, RefusesBeforeItTouchesAnything) {
 
 TEST(Positions, FollowTheFormulaAndExcludeWhatTheSourceLacks) {
   std::mt19937 engine(3);
-  const auto any = [&](int most) { return static_cast<int>(engine() % (2u * most + 1)) - most; };
+  const auto any = [&](int most) {
+    return static_cast<int>(static_cast<std::int64_t>(engine() % (2u * most + 1)) - most);
+  };
   for (int trial = 0; trial < 3000; ++trial) {
     const int scale = trial % 4 == 0 ? INT_MAX : 1 << 17, small = trial % 3 == 0 ? 1 : 3000;
     const GeoCoef4 c = {any(1600),  any(1600),  60,         9,          any(scale), trial % 5 == 0 ? 0 : any(scale),
