@@ -10,6 +10,7 @@
 //
 // Without loss: low bits that are always 0 would be a gift, so that the photograph is turned into counts of a sensor,
 // with the noise of its light and its electronics.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
