@@ -90,10 +90,15 @@ void registerBayerCalibrationContests();
 void registerBayerContests();
 void registerBayerReductionContests();
 void registerBayerPlanesContests();
+void registerDctContests();
+void registerGeometryResampleContests();
+void registerGeometryMappingContests();
+void registerColourContests();
 void registerGeometryTileContests();
 void registerHuffmanContests();
 void registerJpegContests();
 void registerLayoutContests();
+void registerNumericsContests();
 void registerPixelContests();
 
 }  // namespace quorvel::bench

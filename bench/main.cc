@@ -70,7 +70,12 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerCalibrationContests();
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
+  quorvel::bench::registerDctContests();
+  quorvel::bench::registerGeometryResampleContests();
+  quorvel::bench::registerGeometryMappingContests();
+  quorvel::bench::registerColourContests();
   quorvel::bench::registerGeometryTileContests();
+  quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();
 #ifdef QUORVEL_BENCH_HOST
   quorvel::bench::registerJpegContests();

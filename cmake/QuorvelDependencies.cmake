@@ -24,6 +24,20 @@ if(QUORVEL_LAPACK_SOURCE)
   # Nothing of the Fortran runtime is called (cmake/lapack/runtime.cc), so nothing is to be linked that brings it along.
   set(CMAKE_Fortran_IMPLICIT_LINK_LIBRARIES "")
   add_subdirectory(cmake/lapack)
+  set(quorvel_lapack quorvel_lapack)
+else()
+  # The results of its three solvers then are those of the package, and of the kernels that it picks for the processor.
+  find_package(LAPACK)
+  if(NOT LAPACK_FOUND)
+    message(FATAL_ERROR "No LAPACK found. Install its package (libopenblas-dev), or have it built from its sources, for "
+                        "the same bits on every processor: -DQUORVEL_LAPACK_SOURCE=$(bash scripts/lapack.sh)")
+  endif()
+  message(STATUS "LAPACK is the system's: the last bits of dgelsd, dgesv and dsysv depend on it and on the processor")
+  set(quorvel_lapack LAPACK::LAPACK)
+endif()
+
+if(QUORVEL_OPENMP)
+  find_package(OpenMP REQUIRED COMPONENTS CXX)
 endif()
 
 if(QUORVEL_TESTS AND QUORVEL_GTEST_SOURCE)

@@ -5,6 +5,13 @@ option(QUORVEL_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(QUORVEL_BENCH "Build the benchmarks (peers are used where they are found)" OFF)
 option(QUORVEL_WERROR "Treat warnings as errors" OFF)
 option(QUORVEL_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+# The results are the same without.
+if(CMAKE_CROSSCOMPILING)
+  set(quorvel_openmp OFF)
+else()
+  set(quorvel_openmp ON)
+endif()
+option(QUORVEL_OPENMP "Share the rows of large eliminations between OpenMP's threads" ${quorvel_openmp})
 option(QUORVEL_FUZZ "Build the libFuzzer programs, with clang (fuzz/CMakeLists.txt)" OFF)
 
 set(CMAKE_CXX_STANDARD 20)

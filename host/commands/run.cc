@@ -38,9 +38,11 @@ int run(std::vector<std::string> arguments) {
   addHistogram(program, chosen);
   addReduce(program, chosen);
   addRotate(program, chosen);
+  addWarp(program, chosen);
   addJpeg(program, chosen);
   addCompress(program, chosen);
   addExpand(program, chosen);
+  addLut(program, chosen);
   addInfo(program, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

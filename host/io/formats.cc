@@ -123,6 +123,25 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
   return frame;
 }
 
+Picture readPicture(const fs::path& file) {
+  requireReadable(file);
+  const std::string start = startOf(file, 4);
+  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
+  if (start == "\x89PNG") {
+    requireBuilt(PictureFormat::Png, file);
+#ifdef QUORVEL_HAVE_PNG
+    return readPng(file);
+#endif
+  }
+  if (start.starts_with("II*") || start.starts_with("MM")) {
+    requireBuilt(PictureFormat::Tiff, file);
+#ifdef QUORVEL_HAVE_TIFF
+    return readTiffPicture(file);
+#endif
+  }
+  throw DataError(file, "is not a picture that is read: PNG, TIFF, PPM or PGM");
+}
+
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file) {
   const int black = *std::max_element(frame.black.begin(), frame.black.end());
   if (black >= frame.white) throw DataError(file, fmt::format("black, {}, is not below white, {}", black, frame.white));
@@ -152,17 +171,10 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
   return std::nullopt;
 }
 
-Picture readPicture(const fs::path& file) {
-  requireReadable(file);
-  const std::string start = startOf(file, 4);
-  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
-  if (start == "\x89PNG") {
-    requireBuilt(PictureFormat::Png, file);
-#ifdef QUORVEL_HAVE_PNG
-    return readPng(file);
-#endif
-  }
-  throw DataError(file, "is neither a PGM, a PPM nor a PNG file");
+std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels) {
+  const std::string e = extension(file);
+  if (e == (channels == 1 ? ".pgm" : ".ppm")) return PictureFormat::Ppm;
+  return e == ".ppm" ? std::nullopt : pictureFormatToWrite(file);
 }
 
 void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase) {

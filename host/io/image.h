@@ -61,7 +61,7 @@ struct Picture {
   unsigned width = 0, height = 0;
   unsigned maximum = 255;  // the sample value that means white
   std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>> samples;
-  unsigned channels = 3;  // or 1
+  unsigned channels = 3;  // or 1: grey
 
   bool is16() const { return samples.index() == 1; }
 };

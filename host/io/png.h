@@ -8,7 +8,7 @@
 
 namespace quorvel::host {
 
-// Of grey or colours, 8 bits: deeper samples lose their low bits, palettes are resolved, transparency is left out.
+// Grey or colour; transparency is left out.
 Picture readPng(const fs::path& file);
 void writePng(OutputFile& out, const Picture& picture);
 

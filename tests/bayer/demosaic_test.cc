@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <functional>
-
 #include <quorvel/bayer.h>
 
 #include "tests/support/counted_breaks.h"
@@ -22,197 +20,123 @@ struct Method {
 
 void PrintTo(const Method& m, std::ostream* out) { *out << "method " << static_cast<int>(m.method); }
 
-Planes gradientOrBilinear(const Frame& f) {
-  return f.width < 2 || f.height < 2 ? reference::bilinear(f) : reference::gradient(f);
-}
-
-Planes variableGradientsOrBilinear(const Frame& f) {
-  return f.width < 2 || f.height < 2 ? reference::bilinear(f) : reference::variableGradients(f);
+template <Planes kModel(const Frame&)>
+Planes orBilinear(const Frame& f) {
+  return f.width < 2 || f.height < 2 ? reference::bilinear(f) : kModel(f);
 }
 
 const Method kMethods[] = {{bayerBilinear, reference::bilinear, 65535},
-                           {bayerGradient, gradientOrBilinear, 4095},
-                           {bayerVariableGradients, variableGradientsOrBilinear, 4095},
+                           {bayerGradient, orBilinear<reference::gradient>, 4095},
+                           {bayerVariableGradients, orBilinear<reference::variableGradients>, 4095},
                            {bayerSeparate, reference::separate, 65535}};
 
-// Samples of a frame, and the same frame in guarded memory with its rows `pitch` apart.
-Frame makeFrame(int width, int height, Pattern pattern, std::uint16_t high, std::uint32_t seed = 1) {
-  return {width, height, samples<std::uint16_t>(static_cast<std::size_t>(width * height), pattern, seed, 0, high)};
+Frame makeFrame(unsigned width, unsigned height, unsigned pitch, Pattern pattern, std::uint16_t low, std::uint16_t high,
+                std::uint32_t seed = 1) {
+  return {static_cast<int>(width), static_cast<int>(height), static_cast<int>(pitch),
+          samples<std::uint16_t>(std::size_t{height - 1} * pitch + width, pattern, seed, low, high)};
 }
 
-struct GuardedFrame {
-  GuardedFrame(const Frame& f, unsigned distance, Guard guard)
-      : pitch(distance),
-        memory(pitch * static_cast<std::size_t>(f.height - 1) + static_cast<std::size_t>(f.width), guard) {
-    for (int y = 0; y < f.height; ++y) {
-      std::copy_n(f.samples.begin() + y * f.width, f.width, memory.data() + static_cast<std::size_t>(y) * pitch);
-    }
+class DemosaicMethods : public testing::TestWithParam<Method> {
+ protected:
+  static void proveFrame(const Frame& f) {
+    const Method m = GetParam();
+    const auto width = static_cast<unsigned>(f.width), height = static_cast<unsigned>(f.height);
+    SCOPED_TRACE(testing::Message() << width << " x " << height << ", pitch " << f.pitch);
+    const Planes expected = m.model(f);
+    const Words plane = room<std::uint16_t>(std::size_t{width} * height);
+    onEveryTarget([&] {
+      prove(
+          width % 2 == 0 ? Guard::AfterEnd : Guard::BeforeBegin,
+          [&](auto* src, auto* r, auto* g, auto* b) {
+            return rgbFromBayer(src, width, height, static_cast<unsigned>(f.pitch), r, g, b, m.method);
+          },
+          [&](const Words&, Words& r, Words& g, Words& b) {
+            r = expected.plane[0], g = expected.plane[1], b = expected.plane[2];
+          },
+          f.samples, plane, plane, plane);
+    });
   }
-  unsigned pitch;
-  GuardedBuffer<std::uint16_t> memory;
 };
 
-void proveMethod(const Method& m, const Frame& f, unsigned pitch, Guard guard) {
-  GuardedFrame src(f, pitch, guard);
-  const auto size = static_cast<std::size_t>(f.width * f.height);
-  GuardedBuffer<std::uint16_t> r(size, guard), g(size, guard), b(size, guard);
-  EXPECT_EQ(rgbFromBayer(src.memory.data(), static_cast<unsigned>(f.width), static_cast<unsigned>(f.height), pitch,
-                         r.data(), g.data(), b.data(), m.method),
-            0);
-  const Planes expected = m.model(f);
-  EXPECT_TRUE(holds(r, expected.plane[reference::kRed])) << "red";
-  EXPECT_TRUE(holds(g, expected.plane[reference::kGreen])) << "green";
-  EXPECT_TRUE(holds(b, expected.plane[reference::kBlue])) << "blue";
-}
-
-class DemosaicMethods : public testing::TestWithParam<Method> {};
-
+// All small shapes, whose edges meet; then all row lengths, whose tails differ; then rows beyond the fixed work rows.
 TEST_P(DemosaicMethods, EqualTheModelAtEverySize) {
-  const Method m = GetParam();
-  onEveryTarget([&] {
-    std::uint32_t seed = 0;
-    // All small shapes, whose edges meet; then all row lengths, whose tails differ.
-    for (int width = 1; width <= 130; ++width) {
-      for (const int height : {1, 2, 3, 4, 5, 8}) {
-        if (width > 12 && height != 1 && height != 4 + width % 2) continue;
-        const Pattern pattern = kAllPatterns[++seed % 3];
-        const unsigned pitch = static_cast<unsigned>(width) + seed % 4 * 3;
-        SCOPED_TRACE(testing::Message() << width << " x " << height << ", pitch " << pitch << ", " << pattern);
-        proveMethod(m, makeFrame(width, height, pattern, m.high, seed), pitch,
-                    seed % 2 ? Guard::AfterEnd : Guard::BeforeBegin);
-        if (testing::Test::HasFailure()) return;
-      }
+  std::uint32_t seed = 0;
+  for (unsigned width = 1; width <= 130; ++width) {
+    for (const unsigned height : {1u, 2u, 3u, 4u, 5u, 8u}) {
+      if ((width > 12 && height != 1 && height != 4 + width % 2) || HasFailure()) continue;
+      const Pattern pattern = kAllPatterns[++seed % 3];
+      proveFrame(makeFrame(width, height, width + seed % 4 * 3, pattern, 0, GetParam().high, seed));
     }
-  });
-}
-
-TEST_P(DemosaicMethods, EqualTheModelBeyondTheFixedWorkRows) {
-  const Method m = GetParam();
-  for (const int width : {1695, 1696, 1697, 2051}) {
-    for (const Pattern pattern : kAllPatterns) {
-      SCOPED_TRACE(testing::Message() << width << ", " << pattern);
-      proveMethod(m, makeFrame(width, 7, pattern, m.high), static_cast<unsigned>(width), Guard::AfterEnd);
-    }
+  }
+  for (const unsigned width : {1695u, 1696u, 1697u, 2051u}) {
+    for (const Pattern pattern : kAllPatterns) proveFrame(makeFrame(width, 7, width, pattern, 0, GetParam().high));
   }
 }
 
-// Large planes go past the caches, at any alignment of the planes.
-TEST_P(DemosaicMethods, EqualTheModelWhereTheyStream) {
-  const Method m = GetParam();
-  const Frame f = makeFrame(1021, 701, Pattern::Random, m.high);
-  const Planes expected = m.model(f);
-  onEveryTarget([&] {
-    GuardedBuffer<std::uint16_t> r(f.samples.size()), g(f.samples.size()), b(f.samples.size() + 7);
-    rgbFromBayer(f.samples.data(), 1021, 701, 1021, r.data(), g.data(), b.data(), m.method);
-    EXPECT_TRUE(holds(r, expected.plane[reference::kRed]));
-    EXPECT_TRUE(holds(g, expected.plane[reference::kGreen]));
-    const Words blue = b.copy();
-    EXPECT_TRUE(sameSamples(expected.plane[reference::kBlue], Words(blue.begin(), blue.end() - 7)));
-    EXPECT_TRUE(b.surroundingsIntact() && std::equal(blue.end() - 6, blue.end(), blue.end() - 7));
-  });
-}
-
-// Smooth content reaches the branches that noise never does: ties, flat neighbourhoods, gradients of one.
-TEST_P(DemosaicMethods, EqualTheModelOnQuietContent) {
-  const Method m = GetParam();
-  onEveryTarget([&] {
-    for (const int range : {0, 1, 2, 5}) {
-      Frame f = makeFrame(67, 34, Pattern::Random, static_cast<std::uint16_t>(range), 7);
-      for (auto& v : f.samples) v = static_cast<std::uint16_t>(v + 2000);
-      SCOPED_TRACE(range);
-      proveMethod(m, f, 67, Guard::AfterEnd);
-    }
-  });
+// Large planes go past the caches. Smooth content reaches the branches that noise never does: ties, flat
+// neighbourhoods, gradients of one.
+TEST_P(DemosaicMethods, EqualTheModelWhereTheyStreamAndOnQuietContent) {
+  proveFrame(makeFrame(1021, 701, 1021, Pattern::Random, 0, GetParam().high));
+  for (const std::uint16_t range : {0, 1, 2, 5}) {
+    proveFrame(makeFrame(67, 34, 67, Pattern::Random, 2000, static_cast<std::uint16_t>(2000 + range), 7));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(, DemosaicMethods, testing::ValuesIn(kMethods), [](const auto& test) {
   return "Method" + std::to_string(static_cast<int>(test.param.method));
 });
 
-TEST(Demosaic, ConstantFramesStayConstant) {
-  for (const Method& m : kMethods) {
-    if (m.method == bayerSeparate) continue;
-    const Words grey(33 * 21, 1234);
-    Words r(grey.size()), g(grey.size()), b(grey.size());
-    rgbFromBayer(grey.data(), 33, 21, 33, r.data(), g.data(), b.data(), m.method);
-    EXPECT_EQ(r, grey) << m.method;
-    EXPECT_EQ(g, grey) << m.method;
-    EXPECT_EQ(b, grey) << m.method;
-  }
-}
-
-TEST(Demosaic, SmallestCellByHand) {
-  const Words cell = {10, 200, 30, 40};  // G R / B G
-  Words r(4), g(4), b(4);
-  rgbFromBayer(cell.data(), 2, 2, 2, r.data(), g.data(), b.data(), bayerBilinear);
-  EXPECT_EQ(r, (Words{200, 200, 200, 200}));
-  EXPECT_EQ(g, (Words{10, 10, 40, 40}));
-  EXPECT_EQ(b, (Words{30, 30, 30, 30}));
-}
-
-TEST(Demosaic, UnsupportedMethodsWriteNothing) {
-  const Words cell = {10, 200, 30, 40};
-  GuardedBuffer<std::uint16_t> r(4), g(4), b(4);
-  for (const int method : {4, 6, 7, 100, -1}) {
-    EXPECT_EQ(rgbFromBayer(cell.data(), 2, 2, 2, r.data(), g.data(), b.data(), static_cast<fromBayerMethod>(method)),
-              -2);
-  }
-  EXPECT_TRUE(r.untouched() && g.untouched() && b.untouched());
-}
-
-TEST(Demosaic, ReservedMethodBreaksIntoADebuggerAndWritesNothing) {
+TEST(Demosaic, MethodsThatAreNoneWriteNothing) {
+  const Words cell = {10, 200, 30, 40}, plane = room<std::uint16_t>(4);
   const CountedBreaks breaks;
-  const Words cell = {10, 200, 30, 40};
-  GuardedBuffer<std::uint16_t> r(4), g(4), b(4);
-  EXPECT_EQ(rgbFromBayer(cell.data(), 2, 2, 2, r.data(), g.data(), b.data(), bayerReserved), 0);
-  EXPECT_EQ(breaks.count(), 1);
-  EXPECT_TRUE(r.untouched() && g.untouched() && b.untouched());
+  for (const int method : {4, 6, 7, 100, -1, int{bayerReserved}}) {
+    const bool reserved = method == bayerReserved;  // breaks into a debugger
+    prove(
+        Guard::AfterEnd, rgbFromBayer, [=](auto&&...) { return reserved ? 0 : -2; }, cell, 2u, 2u, 2u, plane, plane,
+        plane, static_cast<fromBayerMethod>(method));
+    EXPECT_EQ(breaks.count(), reserved);
+  }
 }
 
-TEST(Demosaic, InterleavedFormIsMethodZero) {
-  onEveryTarget([] {
-    for (const int width : {2, 34, 70}) {
-      const Frame f = makeFrame(width, 6, Pattern::Random, 65535);
-      GuardedFrame src(f, static_cast<unsigned>(width) + 5, Guard::AfterEnd);
-      const auto row = static_cast<std::size_t>(width);
-      GuardedBuffer<std::uint16_t> rgb(3 * f.samples.size()), work(3 * row);
-      EXPECT_EQ(rgbFromBayerP(src.memory.data(), static_cast<unsigned>(width), 6, src.pitch, rgb.data(), work.data(),
-                              bayerBilinear),
-                0);
-      const Planes planes = reference::bilinear(f);
-      Words expected;
-      for (std::size_t i = 0; i < f.samples.size(); ++i) {
-        for (const auto& plane : planes.plane) expected.push_back(plane[i]);
+TEST(Demosaic, InterleavedFormIsMethodZeroAndRefusesShapesBeforeMethods) {
+  const auto model = [](const Words& src, unsigned width, unsigned height, unsigned pitch, Words& rgb,
+                        fromBayerMethod method) {
+    if (width % 2 != 0 || height % 2 != 0) return -1;
+    if (method != bayerBilinear) return -2;
+    const Planes planes =
+        reference::bilinear({static_cast<int>(width), static_cast<int>(height), static_cast<int>(pitch), src});
+    for (std::size_t i = 0; i < rgb.size(); ++i) rgb[i] = planes.plane[i % 3][i / 3];
+    return 0;
+  };
+  onEveryTarget([&] {
+    for (const unsigned width : {2u, 5u, 34u, 70u}) {
+      for (const unsigned height : {5u, 6u}) {
+        for (const auto method : {bayerBilinear, bayerGradient, bayerReserved}) {
+          GuardedBuffer<std::uint16_t> work(3 * width);
+          const auto routine = [&](auto* src, unsigned w, unsigned h, unsigned pitch, auto* rgb, fromBayerMethod m) {
+            return rgbFromBayerP(src, w, h, pitch, rgb, work.data(), m);
+          };
+          const Frame f = makeFrame(width, height, width + 5, Pattern::Random, 0, 65535);
+          prove(Guard::AfterEnd, routine, model, f.samples, width, height, width + 5,
+                room<std::uint16_t>(3 * width * height), method);
+          EXPECT_TRUE(work.surroundingsIntact());
+        }
       }
-      EXPECT_TRUE(holds(rgb, expected));
-      EXPECT_TRUE(work.surroundingsIntact());
     }
   });
 }
 
-TEST(Demosaic, InterleavedFormRefusesShapesBeforeMethods) {
-  GuardedBuffer<std::uint16_t> src(64), rgb(192), work(24);
-  const struct {
-    unsigned width, height;
-    int method, result;
-  } cases[] = {{5, 4, 0, -1}, {4, 5, 0, -1}, {5, 5, 1, -1}, {4, 4, 1, -2}, {4, 4, 4, -2}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(rgbFromBayerP(src.data(), c.width, c.height, 8, rgb.data(), work.data(),
-                            static_cast<fromBayerMethod>(c.method)),
-              c.result);
-  }
-  EXPECT_TRUE(rgb.untouched() && work.untouched());
-}
-
 TEST(Demosaic, GreyGoesIntoAllPlanes) {
-  const Frame f = makeFrame(7, 3, Pattern::Random, 65535);
+  const auto model = [](const Words& src, unsigned width, unsigned height, unsigned pitch, Words& r, Words& g,
+                        Words& b) {
+    for (unsigned i = 0; i < width * height; ++i) r[i] = g[i] = b[i] = src[i / width * pitch + i % width];
+  };
+  const Words plane = room<std::uint16_t>(21);
   for (const auto expand : {rgbFromGray, rgbFromGrayBayer}) {
-    GuardedFrame src(f, 9, Guard::AfterEnd);
-    GuardedBuffer<std::uint16_t> r(21), g(21), b(21);
-    EXPECT_EQ(expand(src.memory.data(), 7, 0, 9, r.data(), g.data(), b.data()), 0);
-    EXPECT_TRUE(r.untouched());
-    EXPECT_EQ(expand(src.memory.data(), 7, 3, 9, r.data(), g.data(), b.data()), 0);
-    EXPECT_TRUE(holds(r, f.samples) && holds(g, f.samples) && holds(b, f.samples));
+    for (const unsigned height : {0u, 3u}) {
+      prove(Guard::AfterEnd, expand, model, samples<std::uint16_t>(25, Pattern::Random), 7u, height, 9u, plane, plane,
+            plane);
+    }
   }
 }
 
@@ -220,57 +144,50 @@ TEST(Demosaic, GreyGoesIntoAllPlanes) {
 // planes that the whole method makes.
 TEST(Demosaic, RowRoutinesMakeMethodOne) {
   onEveryTarget([] {
-    for (const int width : {2, 6, 40, 131}) {
+    for (const unsigned width : {2u, 6u, 40u, 131u}) {
       constexpr int kHeight = 6;
-      const Frame f = makeFrame(width, kHeight, Pattern::Random, 4095, 3);
-      const auto w = static_cast<std::size_t>(width), stride = w + 4;
-      GuardedBuffer<std::uint16_t> work(stride * (kHeight + 4));
-      for (int y = -2; y < kHeight + 2; ++y) {
-        for (int x = -2; x < width + 2; ++x) {
-          work.data()[static_cast<std::size_t>(y + 2) * stride + static_cast<std::size_t>(x + 2)] =
-              static_cast<std::uint16_t>(f(y, x));
-        }
-      }
-      const auto workRow = [&](int y) { return work.data() + static_cast<std::size_t>(y + 2) * stride + 2; };
+      const Frame f = makeFrame(width, kHeight, width, Pattern::Random, 0, 4095, 3);
+      const int w = f.width, stride = w + 4;
+      GuardedBuffer<std::uint16_t> work(static_cast<std::size_t>(stride * (kHeight + 4)));
       GuardedBuffer<std::uint16_t> r(f.samples.size()), g(f.samples.size()), b(f.samples.size());
+      for (int i = 0; i < stride * (kHeight + 4); ++i) {
+        work.data()[i] = static_cast<std::uint16_t>(f(i / stride - 2, i % stride - 2));
+      }
+      const auto workRow = [&](int y) { return work.data() + (y + 2) * stride + 2; };
       const Planes expected = reference::gradient(f);
-      for (int y = 0; y < kHeight; ++y) {
-        std::uint16_t* row = g.data() + static_cast<std::size_t>(y) * w;
-        if (y % 2 == 0) {
-          EXPECT_EQ(laplasian2T1_green2(workRow(y), static_cast<unsigned>(width), static_cast<unsigned>(stride), row),
-                    0);
-        } else {  // shifted by one, the ends completed by the caller
-          EXPECT_EQ(laplasian2T1_green2(workRow(y) + 1, static_cast<unsigned>(width - 1), static_cast<unsigned>(stride),
-                                        row + 1),
-                    0);
-          row[0] = expected.plane[reference::kGreen][static_cast<std::size_t>(y) * w];
-        }
+      for (int y = 0; y < kHeight; ++y) {  // odd rows shifted by one, the ends completed by the caller
+        const int shift = y % 2;
+        if (shift == 1) g.data()[y * w] = expected.plane[reference::kGreen][static_cast<std::size_t>(y * w)];
+        EXPECT_EQ(laplasian2T1_green2(workRow(y) + shift, width - static_cast<unsigned>(shift),
+                                      static_cast<unsigned>(stride), g.data() + y * w + shift),
+                  0);
       }
       EXPECT_TRUE(holds(g, expected.plane[reference::kGreen]));
       for (int y = 0; y < kHeight; y += 2) {
-        const std::size_t at = static_cast<std::size_t>(y) * w;
-        EXPECT_EQ(laplasian2T1_NOTgreen(workRow(y), static_cast<unsigned>(width), r.data() + at, g.data() + at,
-                                        b.data() + at, y == 0, y == kHeight - 2),
+        EXPECT_EQ(laplasian2T1_NOTgreen(workRow(y), width, r.data() + y * w, g.data() + y * w, b.data() + y * w, y == 0,
+                                        y == kHeight - 2),
                   0);
       }
-      EXPECT_TRUE(holds(r, expected.plane[reference::kRed]));
-      EXPECT_TRUE(holds(b, expected.plane[reference::kBlue]));
+      EXPECT_TRUE(holds(r, expected.plane[reference::kRed]) && holds(b, expected.plane[reference::kBlue]));
     }
   });
 }
 
 TEST(SurfacePreparation, TransposeAndGatherSortByComponent) {
+  using Bytes = std::vector<std::uint8_t>;
   constexpr unsigned kBlocks = 3, kPlanes = 9, kStride = 8 * kBlocks + 5;
-  const auto records = samples<std::uint8_t>(8 * kPlanes * kBlocks, Pattern::Random);
-  GuardedBuffer<std::uint8_t> src(records), blocks(records.size()), planes(kStride * (kPlanes - 1) + 8 * kBlocks);
-  for (unsigned k = 0; k < kBlocks; ++k) transpone_9x8_MMX(src.data() + 72 * k, blocks.data() + 72 * k);
-  copy9_1_9x(blocks.data(), planes.data(), kBlocks, kStride, kPlanes);
-  for (unsigned p = 0; p < kPlanes; ++p) {
-    for (unsigned i = 0; i < 8 * kBlocks; ++i) {
-      ASSERT_EQ(planes.data()[p * kStride + i], records[9 * i + p]) << "component " << p << " of record " << i;
+  const auto sorted = [](const Bytes& records, Bytes& blocks, Bytes& planes) {
+    for (unsigned i = 0; i < records.size(); ++i) {
+      blocks[i / 72 * 72 + i % 9 * 8 + i / 9 % 8] = planes[i % 9 * kStride + i / 9] = records[i];
     }
-  }
-  EXPECT_TRUE(blocks.surroundingsIntact() && planes.surroundingsIntact());
+  };
+  const auto routines = [](auto* records, auto* blocks, auto* planes) {
+    for (unsigned k = 0; k < kBlocks; ++k) transpone_9x8_MMX(records + 72 * k, blocks + 72 * k);
+    copy9_1_9x(blocks, planes, kBlocks, kStride, kPlanes);
+  };
+  const Bytes records = samples<std::uint8_t>(8 * kPlanes * kBlocks, Pattern::Random);
+  prove(Guard::AfterEnd, routines, sorted, records, room<std::uint8_t>(records.size()),
+        room<std::uint8_t>(kStride * (kPlanes - 1) + 8 * kBlocks));
 }
 
 }  // namespace

@@ -52,7 +52,18 @@ const std::set<std::string> kOfTheMachine = {"quorvelVersion",
 
 Routines allRoutines() {
   Routines routines;
-  for (const auto add : {addRuntime, addPixel, addBayer, addGeometry, addHuffman}) add(routines);
+  for (const auto add : {
+           addRuntime,
+           addPixel,
+           addBayer,
+           addGeometry,
+           addCodec,
+           addHuffman,
+           addNumerics,
+           addColour,
+       }) {
+    add(routines);
+  }
   return routines;
 }
 

@@ -10,11 +10,7 @@ namespace {
 class Failures : public InDirectory {
  protected:
   Failures() {
-    RawFrame frame;
-    frame.width = 20;
-    frame.height = 18;
-    frame.samples.assign(20 * 18, 1000);
-    write("good.pgm", frame);
+    write("good.pgm", frameOf(20, 18, [](unsigned, unsigned) { return 1000; }));
     put("other.pgm", contents(at("good.pgm")));
   }
 
@@ -33,20 +29,23 @@ struct Case {
 };
 
 TEST_F(Failures, BadInputsAreNamed) {
-  put("empty.pgm", "");
-  put("text.xyz", "hello\n");
-  put("header.pgm", "P5\n12 x\n255\n");
-  put("nomaximum.pgm", "P5\n12 12\n");
-  put("ascii.pgm", "P2\n2 2\n255\n1 2 3 4\n");
-  put("maximum.pgm", "P5\n4 4\n65536\n0123456789abcdef0123456789abcdef");
-  put("cut.pgm", "P5\n20 18\n4095\nabc");
-  put("absurd.pgm", "P5\n4294967297 99999\n65535\n");
-  put("zero.pgm", "P5\n0 4\n255\n");
-  put("tiny.pgm", "P5\n2 2\n255\nabcd");
-  put("note.pgm", "P5\n# quorvel black 1,2,x,4\n4 4\n255\n0123456789abcdef");
-  put("levels.pgm", "P5\n# quorvel black 255\n4 4\n255\n0123456789abcdef");
-  put("black.pgm", "P5\n# quorvel black 9,300,9,9\n4 4\n255\n0123456789abcdef");
-  put("short.raw16", "abcdef");
+  const std::string bytes = "4 4\n255\n0123456789abcdef";
+  for (const auto& [name, text] : {std::pair<const char*, std::string>{"empty.pgm", ""},
+                                   {"text.xyz", "hello\n"},
+                                   {"header.pgm", "P5\n12 x\n255\n"},
+                                   {"nomaximum.pgm", "P5\n12 12\n"},
+                                   {"ascii.pgm", "P2\n2 2\n255\n1 2 3 4\n"},
+                                   {"maximum.pgm", "P5\n4 4\n65536\n0123456789abcdef0123456789abcdef"},
+                                   {"cut.pgm", "P5\n20 18\n4095\nabc"},
+                                   {"absurd.pgm", "P5\n4294967297 99999\n65535\n"},
+                                   {"zero.pgm", "P5\n0 4\n255\n"},
+                                   {"tiny.pgm", "P5\n2 2\n255\nabcd"},
+                                   {"note.pgm", "P5\n# quorvel black 1,2,x,4\n" + bytes},
+                                   {"levels.pgm", "P5\n# quorvel black 255\n" + bytes},
+                                   {"black.pgm", "P5\n# quorvel black 9,300,9,9\n" + bytes},
+                                   {"short.raw16", "abcdef"}}) {
+    put(name, text);
+  }
   fs::create_directory(at("folder.pgm"));
   const auto before = names();
   for (const Case& c : {

@@ -20,10 +20,7 @@ class Formats : public InDirectory {};
 
 // Odd sizes leave remainders in every packing; each sample says where it was.
 RawFrame oddFrame() {
-  RawFrame frame;
-  frame.width = 13;
-  frame.height = 7;
-  for (unsigned i = 0; i < 13 * 7; ++i) frame.samples.push_back(static_cast<std::uint16_t>(i * 45 % 4096));
+  RawFrame frame = frameOf(13, 7, [](unsigned x, unsigned y) { return (13 * y + x) * 45 % 4096; });
   frame.black = {256, 252, 259, 255};
   frame.white = 4000;
   frame.asShot = Gains{1.875, 1, 1.5};
@@ -61,35 +58,26 @@ TEST_F(Formats, EveryPhaseIsBroughtToTheLibrarysOwn) {
        {PhaseCase{"GRBG", 0, 0}, PhaseCase{"RGGB", 1, 0}, PhaseCase{"BGGR", 0, 1}, PhaseCase{"GBRG", 1, 1}}) {
     SCOPED_TRACE(c.letters);
     // Red sites hold 3000 and up, green ones 2000, blue ones 1000; the place is in the last digits.
+    const auto level = [&c](unsigned x, unsigned y) {
+      const char letter = c.letters[siteOf(x, y)];
+      return letter == 'R' ? 3000u : letter == 'G' ? 2000u : 1000u;
+    };
     Mosaic mosaic;
     mosaic.phase = *phaseFromLetters(c.letters);
-    mosaic.frame.width = 9;
-    mosaic.frame.height = 6;
-    for (unsigned y = 0; y < 6; ++y) {
-      for (unsigned x = 0; x < 9; ++x) {
-        const char letter = c.letters[y % 2 * 2 + x % 2];
-        const unsigned base = letter == 'R' ? 3000 : letter == 'G' ? 2000 : 1000;
-        mosaic.frame.samples.push_back(static_cast<std::uint16_t>(base + 10 * y + x));
-      }
-    }
-    for (unsigned site = 0; site < 4; ++site) {
-      mosaic.frame.black[site] = c.letters[site] == 'R' ? 30 : c.letters[site] == 'B' ? 10 : 20;
-    }
+    mosaic.frame = frameOf(9, 6, [&](unsigned x, unsigned y) { return level(x, y) + 10 * y + x; });
+    for (unsigned site = 0; site < 4; ++site)
+      mosaic.frame.black[site] = static_cast<int>(level(site % 2, site / 2) / 100);
     const RawFrame frame = normalised(mosaic, "f");
-    ASSERT_EQ(frame.width, 9 - c.left);
-    ASSERT_EQ(frame.height, 6 - c.top);
     EXPECT_EQ(frame.black, (std::array{20, 30, 10, 20}));
-    for (unsigned y = 0; y < frame.height; ++y) {
-      for (unsigned x = 0; x < frame.width; ++x) {
-        const unsigned base = y % 2 == x % 2 ? 2000 : y % 2 == 0 ? 3000 : 1000;
-        EXPECT_EQ(frame.samples[y * frame.width + x], base + 10 * (y + c.top) + x + c.left);
-      }
-    }
+    const RawFrame expected = frameOf(9 - c.left, 6 - c.top, [&](unsigned x, unsigned y) {
+      return (std::array{2000u, 3000u, 1000u, 2000u})[siteOf(x, y)] + 10 * (y + c.top) + x + c.left;
+    });
+    ASSERT_EQ(frame.width, expected.width);
+    EXPECT_EQ(frame.samples, expected.samples);
     // The whole way: a flat coloured scene keeps its colour, with the phase given as an option.
     std::string pgm = "P5\n# another program's comment\n12 # size\n10\n4095\n";
     for (unsigned i = 0; i < 120; ++i) {
-      const char letter = c.letters[i / 12 % 2 * 2 + i % 2];
-      const int v = letter == 'R' ? 3000 : letter == 'G' ? 2000 : 1000;
+      const unsigned v = level(i % 12, i / 12);
       pgm += {static_cast<char>(v >> 8), static_cast<char>(v & 255)};
     }
     put("flat.pgm", pgm);
@@ -105,27 +93,25 @@ TEST_F(Formats, EveryPhaseIsBroughtToTheLibrarysOwn) {
 }
 
 TEST_F(Formats, DeepSamplesAreRoundedToTwelveBitsAndShallowOnesKept) {
-  struct Case {
+  const struct {
     int white;
-    Words samples;
-    Words expected;
-    int expectedWhite;
-  };
-  for (const Case& c :
-       {Case{255, {0, 1, 200, 255}, {0, 1, 200, 255}, 255}, Case{4095, {0, 1, 4095, 4095}, {0, 1, 4095, 4095}, 4095},
-        Case{4096, {0, 1, 2, 4096}, {0, 1, 1, 2048}, 2048}, Case{16383, {1, 2, 8192, 16383}, {0, 1, 2048, 4095}, 4095},
-        Case{65535, {7, 8, 24, 65535}, {0, 1, 2, 4095}, 4095}}) {
+    Words samples, expected;
+    int expectedWhite, black;  // the level that 64 becomes
+  } cases[] = {{255, {0, 1, 200, 255}, {0, 1, 200, 255}, 255, 64},
+               {4095, {0, 1, 4095, 4095}, {0, 1, 4095, 4095}, 4095, 64},
+               {4096, {0, 1, 2, 4096}, {0, 1, 1, 2048}, 2048, 32},
+               {16383, {1, 2, 8192, 16383}, {0, 1, 2048, 4095}, 4095, 16},
+               {65535, {7, 8, 24, 65535}, {0, 1, 2, 4095}, 4095, 4}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.white);
     Mosaic mosaic;
-    mosaic.frame.width = mosaic.frame.height = 4;
-    for (int i = 0; i < 4; ++i)
-      mosaic.frame.samples.insert(mosaic.frame.samples.end(), c.samples.begin(), c.samples.end());
+    mosaic.frame = frameOf(4, 4, [&](unsigned x, unsigned) { return c.samples[x]; });
     mosaic.frame.white = c.white;
     mosaic.frame.black = {0, 64, 64, 0};
     const RawFrame frame = normalised(mosaic, "f");
     EXPECT_EQ(Words(frame.samples.begin(), frame.samples.begin() + 4), c.expected);
     EXPECT_EQ(frame.white, c.expectedWhite);
-    EXPECT_EQ(frame.black[1], c.white == 65535 ? 4 : c.white == 16383 ? 16 : c.white == 4096 ? 32 : 64);
+    EXPECT_EQ(frame.black[1], c.black);
   }
   // A headerless file tells no depth: its samples do, unless the user does.
   put("deep.raw16", std::string(32, '\x10'));  // words of 0x1010
@@ -186,23 +172,19 @@ TEST_F(Formats, PicturesHoldTheirSamples) {
       Picture picture;
       picture.width = 11;
       picture.height = 5;
-      Bytes bytes;
-      Words words;
-      for (unsigned i = 0; i < 165; ++i) {
-        bytes.push_back(static_cast<std::uint8_t>(i * 37));
-        words.push_back(static_cast<std::uint16_t>(i * 7919));
-      }
       picture.maximum = deep ? 65535 : 255;
-      if (deep)
-        picture.samples = words;
-      else
-        picture.samples = bytes;
+      std::vector<unsigned> expected(165);
+      for (unsigned i = 0; i < 165; ++i) expected[i] = i * 7919 % (deep ? 65536 : 256);
+      if (deep) {
+        picture.samples = Words(expected.begin(), expected.end());
+      } else {
+        picture.samples = Bytes(expected.begin(), expected.end());
+      }
       OutputFile out(at(name), true);
       const PictureFormat format = *pictureFormatToWrite(name);
       writePicture(out, picture, format);
       out.commit();
-      EXPECT_EQ(readBack(at(name), format), deep ? std::vector<unsigned>(words.begin(), words.end())
-                                                 : std::vector<unsigned>(bytes.begin(), bytes.end()));
+      EXPECT_EQ(readBack(at(name), format), expected);
     }
   }
 }

@@ -21,15 +21,9 @@ const std::vector<HotPixel> kHot = {{0, 0, 900}, {7, 3, 300}, {8, 3, 4095}, {62,
 // A sensor in the dark: each site at its level, with noise of its own, and four hot pixels.
 RawFrame darkFrame(unsigned width, unsigned height, std::uint64_t seed) {
   Random random(seed);
-  RawFrame frame;
-  frame.width = width;
-  frame.height = height;
-  for (unsigned y = 0; y < height; ++y) {
-    for (unsigned x = 0; x < width; ++x) {
-      const unsigned site = (y & 1) * 2 + (x & 1);
-      frame.samples.push_back(static_cast<std::uint16_t>(std::lround(kBlack[site] + kNoise[site] * random.normal())));
-    }
-  }
+  RawFrame frame = frameOf(width, height, [&](unsigned x, unsigned y) {
+    return std::lround(kBlack[siteOf(x, y)] + kNoise[siteOf(x, y)] * random.normal());
+  });
   for (const HotPixel& p : kHot) {
     if (p.x < width && p.y < height) frame.samples[p.y * width + p.x] = static_cast<std::uint16_t>(p.level);
   }
@@ -54,9 +48,7 @@ TEST_F(Measure, DarkFramesGiveLevelsNoiseAndHotPixels) {
 }
 
 TEST_F(Measure, HotPixelsBecomeTheMeanOfTheirGoodNeighbours) {
-  RawFrame frame;
-  frame.width = frame.height = 8;
-  for (unsigned i = 0; i < 64; ++i) frame.samples.push_back(static_cast<std::uint16_t>(i));
+  const RawFrame frame = frameOf(8, 8, [](unsigned x, unsigned y) { return 8 * y + x; });
   DarkCalibration c;
   c.width = c.height = 8;
   c.black = {1, 2, 3, 4};
@@ -73,10 +65,7 @@ TEST_F(Measure, HotPixelsBecomeTheMeanOfTheirGoodNeighbours) {
 TEST_F(Measure, FilesThatAreNoCalibrationAreRefused) {
   const std::string good = calibrationText({4, 4, 1, {1, 2, 3, 4}, {1, 1, 1, 1}, {{1, 2, 99}}});
   put("good.json", good);
-  RawFrame frame;
-  frame.width = frame.height = 4;
-  frame.samples.assign(16, 500);
-  write("f.pgm", frame);
+  write("f.pgm", frameOf(4, 4, [](unsigned, unsigned) { return 500; }));
   EXPECT_EQ(quorvel("develop f.pgm -o f.ppm --calibration good.json").status, 0);
   const auto replaced = [&](const char* what, const char* with) {
     std::string text = good;
@@ -103,13 +92,7 @@ TEST_F(Measure, FilesThatAreNoCalibrationAreRefused) {
 }
 
 TEST_F(Measure, FocusIsHighWhereThereIsDetail) {
-  RawFrame frame;
-  frame.width = 65;
-  frame.height = 33;
-  for (unsigned i = 0; i < 65 * 33; ++i) {
-    const bool sharp = i % 65 >= 32;
-    frame.samples.push_back(static_cast<std::uint16_t>(1000 + (sharp && i / 65 % 2 == 0 ? 500 : 0)));
-  }
+  const RawFrame frame = frameOf(65, 33, [](unsigned x, unsigned y) { return x >= 32 && y % 2 == 0 ? 1500 : 1000; });
   const FocusGrid grid = focusGrid(frame, {"", 0, 0, 65, 33}, 4);
   ASSERT_EQ(grid.columns, 4u);
   ASSERT_EQ(grid.rows, 2u);
@@ -143,43 +126,31 @@ TEST_F(Measure, HistogramsCountEverySampleOfItsColour) {
 
 TEST_F(Measure, TurnedFramesKeepTheirPattern) {
   for (const auto& [width, height] : {std::pair(10u, 6u), {11u, 7u}}) {
-    RawFrame frame;
-    frame.width = width;
-    frame.height = height;
-    for (unsigned i = 0; i < width * height; ++i) frame.samples.push_back(static_cast<std::uint16_t>(i));
+    RawFrame frame = frameOf(width, height, [&](unsigned x, unsigned y) { return y * width + x; });
     frame.black = kBlack;
     frame.regions = {{"a", 1, 2, 3, 2}};
     const auto made = turned(frame);
     ASSERT_TRUE(made);
     ASSERT_EQ(made->width, 9u);
-    ASSERT_EQ(made->height, 5u);
     EXPECT_EQ(made->black, kBlack);
     EXPECT_EQ(made->regions, (std::vector<Region>{{"a", 5, 1, 3, 2}}));
-    for (unsigned y = 0; y < 5; ++y) {
-      for (unsigned x = 0; x < 9; ++x) EXPECT_EQ(made->samples[y * 9 + x], (4 - y) * width + 8 - x);
-    }
+    EXPECT_EQ(made->samples, frameOf(9, 5, [&](unsigned x, unsigned y) { return (4 - y) * width + 8 - x; }).samples);
   }
 }
 
 TEST_F(Measure, ReducedFramesKeepTheirColourAndOneBlackLevel) {
-  const RawFrame full = darkFrame(301, 203, 1);
+  constexpr std::array kAbove = {800, 1200, 400, 800};  // one colour, above each site's own black level
+  RawFrame frame =
+      frameOf(301, 203, [&](unsigned x, unsigned y) { return kBlack[siteOf(x, y)] + kAbove[siteOf(x, y)]; });
+  frame.black = kBlack;
   for (const unsigned factor : {2u, 4u, 8u}) {
-    RawFrame frame = full;
-    frame.black = kBlack;
-    for (unsigned i = 0; i < frame.samples.size(); ++i) {  // one colour, above each site's own black level
-      const unsigned site = i / 301 % 2 * 2 + i % 301 % 2;
-      constexpr std::array kAbove = {800, 1200, 400, 800};
-      frame.samples[i] = static_cast<std::uint16_t>(kBlack[site] + kAbove[site]);
-    }
     const auto made = reduced(frame, factor);
     ASSERT_TRUE(made);
-    EXPECT_EQ(made->width, 301 / (2 * factor) * 2);
-    EXPECT_EQ(made->height, 203 / (2 * factor) * 2);
     EXPECT_EQ(made->black, (std::array{259, 259, 259, 259}));
-    for (unsigned i = 0; i < made->samples.size(); ++i) {
-      const unsigned site = i / made->width % 2 * 2 + i % made->width % 2;
-      EXPECT_EQ(made->samples[i], 259 + (std::array{800, 1200, 400, 800})[site]) << factor;
-    }
+    const RawFrame expected = frameOf(301 / (2 * factor) * 2, 203 / (2 * factor) * 2,
+                                      [&](unsigned x, unsigned y) { return 259 + kAbove[siteOf(x, y)]; });
+    EXPECT_EQ(made->width, expected.width);
+    EXPECT_EQ(made->samples, expected.samples) << factor;
   }
   EXPECT_FALSE(reduced(darkFrame(15, 40, 1), 8));
 }

@@ -3,7 +3,6 @@
 // have.
 #include <cmath>
 
-#include "host/scene/random.h"
 #include "tests/host/support.h"
 
 namespace quorvel::host::test {
@@ -56,29 +55,6 @@ TEST(SceneFrame, CarriesThePhaseTheLevelsAndTheNoiseOfItsSensor) {
   }
 }
 
-TEST(SceneFrame, ShowsDarkAndBrightAndEveryColour) {
-  const Planes& truth = smallScene().truth;
-  std::size_t dark = 0, bright = 0, red = 0, green = 0, blue = 0;
-  for (std::size_t i = 0; i < truth.colour[0].size(); ++i) {
-    const double r = truth.colour[0][i] / kSensitivity[0], g = truth.colour[1][i],
-                 b = truth.colour[2][i] / kSensitivity[2];
-    dark += g < 150;
-    bright += g > 2800;
-    red += r > 2 * g && r > 2 * b;
-    green += g > 1.25 * r && g > 1.25 * b;
-    blue += b > 1.5 * r && b > 1.2 * g;
-    ASSERT_LE(truth.colour[1][i], kCountsAtWhite);
-  }
-  const auto share = [&](std::size_t n) {
-    return static_cast<double>(n) / static_cast<double>(truth.colour[0].size());
-  };
-  EXPECT_GT(share(dark), 0.008);
-  EXPECT_GT(share(bright), 0.008);
-  EXPECT_GT(share(red), 0.005);
-  EXPECT_GT(share(green), 0.15);
-  EXPECT_GT(share(blue), 0.003);
-}
-
 TEST(SceneFrame, RegionsLieInsideAtEverySize) {
   for (const SceneSettings s : {SceneSettings{64, 64, 1}, {1536, 1024, 1}, {100, 2000, 3}, {3000, 70, 4}}) {
     for (const Region& r : regionsOfScene(s)) {
@@ -87,22 +63,6 @@ TEST(SceneFrame, RegionsLieInsideAtEverySize) {
       EXPECT_LE(r.y + r.height, s.height) << r.name;
     }
   }
-}
-
-TEST(SceneRandom, NormalNumbersAreNormal) {
-  Random random(5);
-  constexpr int kCount = 200000;
-  double sum = 0, squares = 0;
-  int beyond = 0;
-  for (int i = 0; i < kCount; ++i) {
-    const double v = random.normal();
-    sum += v;
-    squares += v * v;
-    beyond += std::abs(v) > 2;
-  }
-  EXPECT_NEAR(sum / kCount, 0, 0.01);
-  EXPECT_NEAR(squares / kCount, 1, 0.01);
-  EXPECT_NEAR(static_cast<double>(beyond) / kCount, 0.0455, 0.003);
 }
 
 }  // namespace

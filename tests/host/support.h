@@ -94,6 +94,20 @@ class InDirectory : public testing::Test {
   fs::path directory_;
 };
 
+// A frame whose samples a rule gives.
+template <typename Rule>
+RawFrame frameOf(unsigned width, unsigned height, Rule&& rule) {
+  RawFrame frame;
+  frame.width = width;
+  frame.height = height;
+  for (unsigned i = 0; i < width * height; ++i) {
+    frame.samples.push_back(static_cast<std::uint16_t>(rule(i % width, i / width)));
+  }
+  return frame;
+}
+
+inline unsigned siteOf(unsigned x, unsigned y) { return y % 2 * 2 + x % 2; }
+
 // The scene at a size that renders at once.
 inline const Scene& smallScene() {
   static const Scene scene = renderScene({384, 256, 1});

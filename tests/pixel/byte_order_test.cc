@@ -10,12 +10,6 @@ namespace {
 
 using Words = std::vector<std::uint16_t>;
 
-unsigned reversedBits(unsigned x, int bits) {
-  unsigned out = 0;
-  for (int bit = 0; bit < bits; ++bit) out = out << 1 | (x >> bit & 1);
-  return out;
-}
-
 TEST(ByteOrder, HandComputedValuesPinTheSwaps) {
   EXPECT_EQ(swap2(0x1234), 0x3412);
   EXPECT_EQ(swap4(0x12345678), 0x78563412u);
@@ -26,31 +20,30 @@ TEST(ByteOrder, HandComputedValuesPinTheSwaps) {
 }
 
 TEST(ByteOrder, SwapsWordsIntoAnotherBufferAndInPlace) {
-  proveRows(rowLengths(), [](unsigned n, Pattern pattern, Guard guard) {
+  const auto swapped = [](const Words& in, Words& out, unsigned n) {
+    for (unsigned i = 0; i < n; ++i) out[i] = static_cast<std::uint16_t>(in[i] % 256 * 256 + in[i] / 256);
+  };
+  proveRows(rowLengthsAndStreamed(2), [&](unsigned n, Pattern pattern, Guard guard) {
     const Words in = samples<std::uint16_t>(n, pattern);
-    Words expected;
-    for (const unsigned word : in) expected.push_back(static_cast<std::uint16_t>(word % 256 * 256 + word / 256));
-    GuardedBuffer<std::uint16_t> src(in, guard), dst(n, guard);
-    EXPECT_EQ(bswap16_MMX(src.data(), dst.data(), n), 0);
-    EXPECT_TRUE(holds(dst, expected));
-    EXPECT_EQ(bswap16_MMX(src.data(), src.data(), n), 0);
-    EXPECT_TRUE(holds(src, expected));
+    prove(guard, bswap16_MMX, swapped, in, room<std::uint16_t>(n), n);
+    prove(
+        guard, [](auto* words, unsigned count) { return bswap16_MMX(words, words, count); },
+        [&](Words& words, unsigned count) { swapped(words, words, count); }, in, n);
   });
 }
 
-TEST(BitReversal, TablesHoldTheLowBitsReversed) {
-  EXPECT_EQ(bitReversal[0], bitReversal[9]);
-  for (unsigned i = 0; i < 256; ++i) {
-    for (int k = 1; k <= 9; ++k) ASSERT_EQ(bitReversal[static_cast<unsigned>(k)][i], reversedBits(i, k - 1));
-  }
-}
-
-TEST(BitReversal, ReversesTheLowBitsOfAWord) {
+TEST(BitReversal, ReversesTheLowBits) {
+  const auto reversed = [](unsigned x, int bits) {
+    unsigned out = 0;
+    for (int bit = 0; bit < bits; ++bit) out = out << 1 | (x >> bit & 1);
+    return out;
+  };
   EXPECT_EQ(genLowToBigTable(), 0);
-  EXPECT_EQ(lowToBigEndianW(0x0001, 12), 0x800u);
-  EXPECT_EQ(lowToBigEndianW(0x0003, 2), 3u);
+  for (unsigned i = 0; i < 256; ++i) {
+    for (unsigned k = 0; k <= 9; ++k) ASSERT_EQ(bitReversal[k][i], reversed(i, k == 0 ? 8 : static_cast<int>(k) - 1));
+  }
   for (const std::uint32_t x : samples<std::uint32_t>(200, Pattern::Random)) {
-    for (int bits = 1; bits <= 16; ++bits) ASSERT_EQ(lowToBigEndianW(x, bits), reversedBits(x, bits)) << x;
+    for (int bits = 1; bits <= 16; ++bits) ASSERT_EQ(lowToBigEndianW(x, bits), reversed(x, bits)) << x;
   }
 }
 

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <array>
+#include <string>
+
 #include <gtest/gtest.h>
 #include <quorvel/runtime.h>
 
@@ -8,23 +11,18 @@ namespace quorvel::test {
 namespace {
 
 constexpr std::uint32_t kMmx = 1u << 23, kSse = 1u << 25, kSse2 = 1u << 26;
-constexpr std::uint32_t kMmxExtended = 1u << 22, k3d = 1u << 31, k3dExtended = 1u << 30;
+constexpr std::uint32_t kMmxExtended = 1u << 22, k3d = 1u << 31, k3dBoth = k3d | 1u << 30;
+constexpr std::uint32_t kAll = 0x80000008;  // of the extended leaves
 
-struct Answers {
-  int mmx, emmx, sse, sse2, emmxAmd, commonEmmx, now3d, extended3d, extended3dAmd;
-  bool operator==(const Answers&) const = default;
-};
+// MMX, EMMX, SSE, SSE2, AMD's EMMX, common EMMX, 3DNow!, extended 3DNow!, AMD's extended 3D.
+using Answers = std::array<int, 9>;
 
 Answers askAll() {
   return {isMMX(), isEMMX(), isSSE(), isSSE2(), isEMMXamd(), isCommonEMMX(), is3DNow(), isE3DNow(), isE3Damd()};
 }
 
-std::ostream& operator<<(std::ostream& out, const Answers& a) {
-  return out << a.mmx << a.emmx << a.sse << a.sse2 << ' ' << a.emmxAmd << ' ' << a.commonEmmx << a.now3d << a.extended3d
-             << ' ' << a.extended3dAmd;
-}
-
 TEST(Capabilities, EveryKindOfProcessorIsSeenAsItIs) {
+  const std::string_view intel = "GenuineIntel", amd = "AuthenticAMD";
   const struct {
     const char* name;
     std::string_view vendor;
@@ -32,38 +30,26 @@ TEST(Capabilities, EveryKindOfProcessorIsSeenAsItIs) {
     std::uint32_t leaf1, maxExtended, extended;
     Answers expected;
   } cases[] = {
-      {"plain MMX", "GenuineIntel", true, kMmx, 0, 0, {1, 0, 0, 0, 0, 0, 0, 0, 0}},
-      {"SSE brings EMMX", "GenuineIntel", true, kMmx | kSse, 0, 0, {1, 1, 1, 0, 0, 1, 0, 0, 0}},
-      {"SSE2", "GenuineIntel", true, kMmx | kSse | kSse2, 0, 0, {1, 1, 1, 1, 0, 1, 0, 0, 0}},
-      {"MMX extensions without SSE",
-       "AuthenticAMD",
+      {"plain MMX", intel, true, kMmx, 0, 0, {1, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {"SSE brings EMMX", intel, true, kMmx | kSse, 0, 0, {1, 1, 1, 0, 0, 1, 0, 0, 0}},
+      {"SSE2", intel, true, kMmx | kSse | kSse2, 0, 0, {1, 1, 1, 1, 0, 1, 0, 0, 0}},
+      {"MMX extensions, no SSE",
+       amd,
        true,
        kMmx,
-       0x80000008,
-       kMmxExtended | k3d | k3dExtended,
-       {1, 0, 0, 0, 0x400000, 1, 1, 1, 0x40000000}},
-      {"3DNow! alone", "AuthenticAMD", true, kMmx, 0x80000005, k3d, {1, 0, 0, 0, 0, 0, 1, 0, 0}},
-      {"3DNow! bits on an Intel processor count only for the untested query",
-       "GenuineIntel",
+       kAll,
+       kMmxExtended | k3dBoth,
+       {1, 0, 0, 0, 1 << 22, 1, 1, 1, 1 << 30}},
+      {"3DNow! alone", amd, true, kMmx, 0x80000005, k3d, {1, 0, 0, 0, 0, 0, 1, 0, 0}},
+      {"3DNow! of Intel counts for the untested query",
+       intel,
        true,
        kMmx,
-       0x80000008,
-       k3d | k3dExtended,
-       {1, 0, 0, 0, 0, 0, 0, 0, 0x40000000}},
-      {"no extended leaves beyond the first",
-       "AuthenticAMD",
-       true,
-       kMmx,
-       0x80000000,
-       k3d | k3dExtended,
-       {1, 0, 0, 0, 0, 0, 0, 0, 0x40000000}},
-      {"queries of leaf 1 do not ask for CPUID first",
-       "AuthenticAMD",
-       false,
-       kMmx | kSse,
-       0x80000008,
-       k3d,
-       {1, 1, 1, 0, 0, 1, 0, 0, 0}},
+       kAll,
+       k3dBoth,
+       {1, 0, 0, 0, 0, 0, 0, 0, 1 << 30}},
+      {"no extended leaves beyond the first", amd, true, kMmx, 0x80000000, k3dBoth, {1, 0, 0, 0, 0, 0, 0, 0, 1 << 30}},
+      {"leaf 1 is read without CPUID too", amd, false, kMmx | kSse, kAll, k3d, {1, 1, 1, 0, 0, 1, 0, 0, 0}},
   };
   for (const auto& c : cases) {
     PlayedProcessor played;
@@ -86,8 +72,8 @@ TEST(Capabilities, CachedQueriesAskOnceAndPlainOnesEveryTime) {
   askAll();
   isIntel();
   played.leaves[1].edx = kMmx | kSse | kSse2;
-  played.leaves[0x80000000].eax = 0x80000008;
-  played.leaves[0x80000001].edx = kMmxExtended | k3d | k3dExtended;
+  played.leaves[0x80000000].eax = kAll;
+  played.leaves[0x80000001].edx = kMmxExtended | k3dBoth;
   EXPECT_EQ(askAll(), (Answers{1, 1, 0, 0, 0, 0, 0, 0, 0}));
   played.asked = 0;
   isSSE(), isSSE2(), isEMMXamd(), isCommonEMMX(), is3DNow(), isE3DNow(), isE3Damd();
@@ -98,16 +84,14 @@ TEST(Capabilities, CachedQueriesAskOnceAndPlainOnesEveryTime) {
 TEST(Capabilities, SignatureIsTakenApartByJoiningFields) {
   const struct {
     std::uint32_t signature;
-    int family, model, stepping;
-  } cases[] = {{0x000306A9, 6, 0x3A, 9}, {0x00800F82, 0x8F, 0x08, 2}, {0xFFFFFFFF, 0xFF, 0xFF, 0xF}, {0, 0, 0, 0}};
+    std::array<int, 3> parts;  // family, model, stepping
+  } cases[] = {{0x000306A9, {6, 0x3A, 9}}, {0x00800F82, {0x8F, 0x08, 2}}, {0xFFFFFFFF, {0xFF, 0xFF, 0xF}}, {0, {}}};
   for (const auto& c : cases) {
     PlayedProcessor played;
     played.leaves[1].eax = c.signature;
-    int family = -1, model = -1, stepping = -1;
-    cpuID(&family, &model, &stepping);
-    EXPECT_EQ(family, c.family) << std::hex << c.signature;
-    EXPECT_EQ(model, c.model) << std::hex << c.signature;
-    EXPECT_EQ(stepping, c.stepping) << std::hex << c.signature;
+    std::array parts = {-1, -1, -1};
+    cpuID(&parts[0], &parts[1], &parts[2]);
+    EXPECT_EQ(parts, c.parts) << std::hex << c.signature;
     EXPECT_EQ(static_cast<std::uint32_t>(cpuID_()), c.signature);
   }
 }
@@ -115,11 +99,9 @@ TEST(Capabilities, SignatureIsTakenApartByJoiningFields) {
 TEST(Capabilities, VendorStringIsEndedAndNotLonger) {
   PlayedProcessor played;
   played.setVendor("HygonGenuine");
-  char vendor[14] = "~~~~~~~~~~~~~";
-  vendor[13] = '~';
-  cpuId(vendor);
-  EXPECT_STREQ(vendor, "HygonGenuine");
-  EXPECT_EQ(vendor[13], '~');
+  std::string vendor(14, '~');
+  cpuId(vendor.data());
+  EXPECT_EQ(vendor, std::string("HygonGenuine\0~", 14));
 }
 
 TEST(Capabilities, TheMachineItselfAnswersConsistently) {

@@ -30,6 +30,10 @@ class GpuLoader : public testing::Test {
     EXPECT_EQ(gpuLibrary.module, nullptr);
     gpuLibrary = {};
   }
+  static bool isUnbound() {
+    return gpuLibrary.nrCudaDevices == nullptr && gpuLibrary.cudaCall == nullptr &&
+           gpuLibrary.releaseCollector == nullptr;
+  }
 };
 
 TEST_F(GpuLoader, BindsACompleteLibraryAsOftenAsAsked) {
@@ -43,8 +47,7 @@ TEST_F(GpuLoader, BindsACompleteLibraryAsOftenAsAsked) {
     EXPECT_EQ(gpuLibrary.cudaCall(5, 6), 156);
     EXPECT_EQ(reinterpret_cast<EntryPoint>(gpuLibrary.releaseCollector), findEntryPoint(module, "_deleteCollector@4"));
     EXPECT_EQ(unloadFerrox(), 0);
-    EXPECT_TRUE(gpuLibrary.nrCudaDevices == nullptr && gpuLibrary.cudaCall == nullptr);
-    EXPECT_EQ(gpuLibrary.releaseCollector, nullptr);
+    EXPECT_TRUE(isUnbound());
   }
 }
 
@@ -53,8 +56,7 @@ TEST_F(GpuLoader, KeepsAnIncompleteLibraryUnbound) {
     for (const char* hint : {library, "complete"}) {
       EXPECT_EQ(load(hint), kIncomplete) << library;
       EXPECT_NE(gpuLibrary.module, nullptr);
-      EXPECT_TRUE(gpuLibrary.nrCudaDevices == nullptr && gpuLibrary.cudaCall == nullptr);
-      EXPECT_EQ(gpuLibrary.releaseCollector, nullptr);
+      EXPECT_TRUE(isUnbound());
     }
     unloadFerrox();
   }

@@ -36,9 +36,6 @@ TEST(Timing, WaitsAreAsLongAsAskedAndNoWaitReturnsAtOnce) {
   start = timeMks();
   delayMicroseconds(3000);
   EXPECT_GE(timeMks() - start, 3000u);
-  start = timeMks();
-  sleepMilliseconds(5);
-  EXPECT_GE(timeMks() - start, 4900u);
 }
 
 TEST(Timing, FileTimeCountsFrom1601) {

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <span>
 #include <vector>
 
 #ifdef _WIN32
@@ -48,6 +47,16 @@ inline void release(void* reserved, std::size_t bytes) { munmap(reserved, bytes)
 // against writes.
 enum class Guard { AfterEnd, BeforeBegin };
 
+inline constexpr unsigned char kFresh = 0xA7;  // what fresh memory is filled with
+
+// As many elements of fresh memory, for a routine to fill.
+template <typename T>
+std::vector<T> room(std::size_t n) {
+  std::vector<T> fresh(n);
+  if (n != 0) std::memset(fresh.data(), kFresh, n * sizeof(T));
+  return fresh;
+}
+
 // Elements of T. With Guard::AfterEnd the start is aligned to T only, and so differs with the size: rows of all lengths
 // give all alignments.
 template <typename T>
@@ -62,7 +71,7 @@ class GuardedBuffer {
     if (map_ == nullptr) throw std::bad_alloc();
     begin_ = map_ + page;
     if (!open(begin_, room_)) throw std::bad_alloc();
-    std::memset(begin_, kPattern, room_);
+    std::memset(begin_, kFresh, room_);
     payload_ = guard == Guard::AfterEnd ? begin_ + room_ - bytes : begin_;
   }
   explicit GuardedBuffer(const std::vector<T>& contents, Guard guard = Guard::AfterEnd)
@@ -75,13 +84,12 @@ class GuardedBuffer {
 
   T* data() { return reinterpret_cast<T*>(payload_); }
   std::size_t size() const { return size_; }
-  std::span<T> span() { return {data(), size_}; }
   std::vector<T> copy() { return {data(), data() + size_}; }
 
   // Whether nothing was written beside the payload on its mapped side.
   bool surroundingsIntact() const {
     const std::byte* end = payload_ + size_ * sizeof(T);
-    const auto untouched = [](std::byte b) { return b == std::byte{kPattern}; };
+    const auto untouched = [](std::byte b) { return b == std::byte{kFresh}; };
     return std::all_of(const_cast<const std::byte*>(begin_), const_cast<const std::byte*>(payload_), untouched) &&
            std::all_of(end, const_cast<const std::byte*>(begin_) + room_, untouched);
   }
@@ -89,12 +97,10 @@ class GuardedBuffer {
   bool untouched() const {
     return surroundingsIntact() && std::all_of(const_cast<const std::byte*>(payload_),
                                                const_cast<const std::byte*>(payload_) + size_ * sizeof(T),
-                                               [](std::byte b) { return b == std::byte{kPattern}; });
+                                               [](std::byte b) { return b == std::byte{kFresh}; });
   }
 
  private:
-  static constexpr unsigned char kPattern = 0xA7;
-
   std::size_t size_, room_ = 0, mapped_ = 0;
   std::byte *map_ = nullptr, *begin_ = nullptr, *payload_ = nullptr;
 };

@@ -51,12 +51,22 @@ std::vector<T> samples(std::size_t n, Pattern pattern, std::uint32_t seed = 1, T
   return out;
 }
 
+inline constexpr unsigned kLongestRow = 4096;
+
 // Every row length up to a few vectors, where all the tails are, and a long row for the main loop.
 inline std::vector<unsigned> rowLengths(unsigned from = 0, unsigned to = 130) {
   std::vector<unsigned> lengths;
   for (unsigned n = from; n <= to; ++n) lengths.push_back(n);
   lengths.push_back(1021);
-  lengths.push_back(4096);
+  lengths.push_back(kLongestRow);
+  return lengths;
+}
+
+// And one whose results, of so many bytes a sample, are some 5 MiB and go past the caches; it is odd, so that neither
+// vectors nor lines nor groups come out even.
+inline std::vector<unsigned> rowLengthsAndStreamed(unsigned bytes) {
+  std::vector<unsigned> lengths = rowLengths();
+  lengths.push_back((5u << 20) / bytes / 2 * 2 + 1209);
   return lengths;
 }
 

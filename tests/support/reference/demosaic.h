@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstdlib>
 #include <vector>
 
@@ -14,16 +15,18 @@ namespace quorvel::reference {
 
 enum Colour { kRed, kGreen, kBlue };
 
-inline Colour colourAt(int y, int x) { return (y + x) % 2 == 0 ? kGreen : y % 2 == 0 ? kRed : kBlue; }
+inline Colour colourAt(std::integral auto y, std::integral auto x) {
+  return (y + x) % 2 == 0 ? kGreen : y % 2 == 0 ? kRed : kBlue;
+}
 
 struct Frame {
-  int width, height;
-  std::vector<std::uint16_t> samples;  // rows without a gap
+  int width, height, pitch;
+  std::vector<std::uint16_t> samples;
 
   // What lies outside is repeated from inside with period 2.
   int operator()(int y, int x) const {
     const auto inside = [](int v, int n) { return v < 0 ? v + 2 : v >= n ? v - 2 : v; };
-    return samples[static_cast<std::size_t>(inside(y, height) * width + inside(x, width))];
+    return samples[static_cast<std::size_t>(inside(y, height) * pitch + inside(x, width))];
   }
 };
 
@@ -39,40 +42,23 @@ struct Planes {
 
 inline int clip12(int v) { return std::clamp(v, 0, 4095); }
 
-// Method 0. Every missing value is the mean of those of its neighbours that the rule names and the frame has.
+// Method 0. Every missing value is the mean of its neighbours; a frame of one row or column has none in a direction,
+// and green takes those along an edge only.
 inline Planes bilinear(const Frame& f) {
   Planes out(f.width, f.height);
-  const int w = f.width, h = f.height;
-  for (int y = 0; y < h; ++y) {
-    // The rows that the vertical rules use: the nearest one stands in for one outside.
-    const int above = y > 0 ? y - 1 : y + 1, below = y + 1 < h ? y + 1 : y - 1;
-    const bool edgeRow = y == 0 || y == h - 1;
+  const bool wide = f.width > 1, high = f.height > 1;
+  for (int y = 0; y < f.height; ++y) {
     const Colour own = y % 2 == 0 ? kRed : kBlue, other = y % 2 == 0 ? kBlue : kRed;
-    for (int x = 0; x < w; ++x) {
-      const bool edgeColumn = x == 0 || x == w - 1;
-      const int inner = x == 0 ? 1 : w - 2;  // the neighbour inside, at an edge column
-      const auto vertical = [&](int column) { return h > 1 ? (f(above, column) + f(below, column)) >> 1 : 0; };
-      int green, ownValue, otherValue;
-      if (colourAt(y, x) == kGreen) {
-        green = f(y, x);
-        ownValue = w == 1 ? 0 : edgeColumn ? f(y, inner) : (f(y, x - 1) + f(y, x + 1)) >> 1;
-        otherValue = vertical(x);
-      } else {
-        ownValue = f(y, x);
-        if (w == 1) {
-          green = vertical(x), otherValue = 0;
-        } else if (edgeColumn) {
-          green = edgeRow ? f(y, inner) : vertical(x), otherValue = vertical(inner);
-        } else {
-          green =
-              edgeRow ? (f(y, x - 1) + f(y, x + 1)) >> 1 : (f(y, x - 1) + f(y, x + 1) + f(above, x) + f(below, x)) >> 2;
-          otherValue = h == 1 ? 0 : (f(above, x - 1) + f(above, x + 1) + f(below, x - 1) + f(below, x + 1)) >> 2;
-        }
-      }
-      if (w == 1) {  // the single column holds green and blue
-        out(kGreen, y, x) = static_cast<std::uint16_t>(green);
-        out(kBlue, y, x) = static_cast<std::uint16_t>(y % 2 == 0 ? otherValue : ownValue);
-        continue;
+    for (int x = 0; x < f.width; ++x) {
+      const bool edgeRow = y == 0 || y == f.height - 1, edgeColumn = x == 0 || x == f.width - 1;
+      const int beside = wide ? f(y, x - 1) + f(y, x + 1) : 0, upright = high ? f(y - 1, x) + f(y + 1, x) : 0;
+      const bool greenSite = colourAt(y, x) == kGreen;
+      int green = f(y, x), ownValue = beside >> 1, otherValue = upright >> 1;
+      if (!greenSite) {
+        green = wide && edgeRow ? beside >> 1 : edgeColumn ? upright >> 1 : (beside + upright) >> 2;
+        ownValue = f(y, x), otherValue = 0;
+        for (const int dx : {-1, 1}) otherValue += wide && high ? f(y - 1, x + dx) + f(y + 1, x + dx) : 0;
+        otherValue >>= 2;
       }
       out(kGreen, y, x) = static_cast<std::uint16_t>(green);
       out(own, y, x) = static_cast<std::uint16_t>(ownValue);

@@ -105,12 +105,12 @@ inline Words reweighted(const CellTaps& taps, unsigned reach, bool twelfths, con
   return dst;
 }
 
-inline Words reweightedFor2(const Words& src, std::size_t width, std::size_t height) {
-  return reweighted(tapsAhead(0, 3, 1), 1, true, src, width, width, height);
+inline Words reweightedFor2(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
+  return reweighted(tapsAhead(0, 3, 1), 1, true, src, pitch, width, height);
 }
 
-inline Words reweightedFor4(const Words& src, std::size_t width, std::size_t height) {
-  return reweighted(tapsAhead(1, 1, 1), 2, false, src, width, width, height);
+inline Words reweightedFor4(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
+  return reweighted(tapsAhead(1, 1, 1), 2, false, src, pitch, width, height);
 }
 
 inline Words reweightedFrom2To4(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
@@ -118,10 +118,11 @@ inline Words reweightedFrom2To4(const Words& src, std::size_t pitch, std::size_t
 }
 
 // Means of 4 x 4 into rows `pitch` apart of `dst`, which keeps what is not written.
-inline void mosaicOfMeans(const Words (&rgb)[3], unsigned width, unsigned height, std::size_t pitch, Words& dst) {
+inline void mosaicOfMeans(const Words& r, const Words& g, const Words& b, Words& dst, unsigned width, unsigned height,
+                          unsigned pitch) {
   for (std::size_t y = 0; y < height / 8 * 2; ++y) {
     for (std::size_t x = 0; x < width / 8 * 2; ++x) {
-      const Words& plane = rgb[(y + x) % 2 == 0 ? 1 : y % 2 == 0 ? 0 : 2];
+      const Words& plane = (y + x) % 2 == 0 ? g : y % 2 == 0 ? r : b;
       unsigned sum = 0;
       for (std::size_t k = 0; k < 16; ++k) sum += plane[(4 * y + k / 4) * width + 4 * x + k % 4];
       dst[y * pitch + x] = static_cast<std::uint16_t>(sum / 16);

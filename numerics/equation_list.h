@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+// Observation equations: the terms of all lie in one array, those of an equation chained.
+#ifndef QUORVEL_NUMERICS_EQUATION_LIST_H_
+#define QUORVEL_NUMERICS_EQUATION_LIST_H_
+
+#include <cmath>
+#include <vector>
+
+#include "numerics/columns.h"
+
+namespace quorvel {
+
+struct EquationList {
+  struct Term {
+    double coefficient;
+    int unknown, next;  // -1 ends the chain
+  };
+  struct Equation {
+    double constant, root;  // root of the weight
+    int first, last, terms;
+  };
+  int unknowns = 0;
+  std::vector<Equation> equations;
+  std::vector<Term> terms;
+
+  int count() const { return static_cast<int>(equations.size()); }
+  const Equation& equation(int e) const { return equations[static_cast<std::size_t>(e)]; }
+  double weightedConstant(int e) const { return equation(e).constant * equation(e).root; }
+
+  // Calls take(unknown, coefficient) for each term, in the order of insertion, without the weight.
+  template <typename Take>
+  void forEachTerm(int e, Take&& take) const {
+    for (int t = equation(e).first; t >= 0; t = terms[static_cast<std::size_t>(t)].next) {
+      take(terms[static_cast<std::size_t>(t)].unknown, terms[static_cast<std::size_t>(t)].coefficient);
+    }
+  }
+  // The weighted Jacobian by rows: a column of the result is an equation. O(terms + equations)
+  Columns rows() const {
+    Columns result;
+    result.begin(unknowns, count());
+    result.row.reserve(terms.size());
+    result.value.reserve(terms.size());
+    for (int e = 0; e < count(); ++e) {
+      forEachTerm(e, [&](int unknown, double coefficient) {
+        result.row.push_back(unknown);
+        result.value.push_back(coefficient * equation(e).root);
+      });
+      result.endColumn();
+    }
+    return result;
+  }
+};
+
+}  // namespace quorvel
+
+#endif  // QUORVEL_NUMERICS_EQUATION_LIST_H_
