@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The subcommand that writes pictures as JPEG.
+#include <algorithm>
 #include <memory>
 
 #include "host/commands/commands.h"
@@ -15,12 +16,30 @@ struct Arguments {
   bool force = false;
 };
 
+// Rounded to nearest.
+Picture in8Bits(Picture picture) {
+  const unsigned white = picture.maximum;
+  if (!picture.is16() && white == 255) return picture;
+  std::vector<std::uint8_t> bytes;
+  std::visit(
+      [&](const auto& samples) {
+        bytes.resize(samples.size());
+        std::transform(samples.begin(), samples.end(), bytes.begin(), [=](unsigned v) {
+          return static_cast<std::uint8_t>((std::min(v, white) * 255 + white / 2) / white);
+        });
+      },
+      picture.samples);
+  picture.samples = std::move(bytes);
+  picture.maximum = 255;
+  return picture;
+}
+
 int writeJpeg(const Arguments& a) {
   if (!isJpegName(a.output)) throw UsageError(a.output + ": JPEG files are named .jpg or .jpeg");
   std::error_code error;
   if (fs::equivalent(a.picture, a.output, error)) throw DataError(a.output, "is the picture itself");
   OutputFile out(a.output, a.force);
-  const Picture picture = readPicture(a.picture);
+  const Picture picture = in8Bits(readPicture(a.picture));
   const std::vector<std::uint8_t> file = encodeJpeg(picture, a.options);
   out.write(file.data(), file.size());
   out.commit();
@@ -36,7 +55,7 @@ void addJpeg(CLI::App& program, Action& chosen) {
   CLI::App* command =
       program.add_subcommand("jpeg", "Writes a picture as a baseline JPEG, grey or in colours of full resolution");
   auto a = std::make_shared<Arguments>();
-  command->add_option("PICTURE", a->picture, "A PNG, PPM or PGM file; deeper samples are brought to 8 bits")
+  command->add_option("PICTURE", a->picture, "A PNG, TIFF, PPM or PGM file; deeper samples are brought to 8 bits")
       ->required()
       ->type_name("FILE");
   command->add_option("-o,--output", a->output, "The JPEG file")->required()->type_name("FILE");

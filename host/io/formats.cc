@@ -38,22 +38,12 @@ std::string extension(const fs::path& file) {
   return e;
 }
 
-bool startsLike(const fs::path& file, std::string_view magic) {
-  std::array<char, 4> start{};
-  std::FILE* stream = openToRead(file);
-  if (stream == nullptr) return false;
-  const bool whole = std::fread(start.data(), 1, magic.size(), stream) == magic.size();
-  std::fclose(stream);
-  return whole && std::string_view(start.data(), magic.size()) == magic;
-}
-
 RawFormat formatToRead(const fs::path& file) {
   const std::string e = extension(file);
   if (e == ".pgm" || e == ".pnm") return RawFormat::Pgm;
   if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
   if (e == ".raw16") return RawFormat::Raw16;
   if (e == ".raw12") return RawFormat::Raw12;
-  return fs::is_regular_file(file) && startsLike(file, "P5") ? RawFormat::Pgm : RawFormat::Camera;
   return startOf(file) == "P5" ? RawFormat::Pgm : RawFormat::Camera;
 }
 
@@ -135,14 +125,15 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
 
 Picture readPicture(const fs::path& file) {
   requireReadable(file);
-  if (startsLike(file, "P5") || startsLike(file, "P6")) return readPnmPicture(file);
-  if (startsLike(file, "\x89PNG")) {
+  const std::string start = startOf(file, 4);
+  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
+  if (start == "\x89PNG") {
     requireBuilt(PictureFormat::Png, file);
 #ifdef QUORVEL_HAVE_PNG
     return readPng(file);
 #endif
   }
-  if (startsLike(file, "II*") || startsLike(file, "MM")) {
+  if (start.starts_with("II*") || start.starts_with("MM")) {
     requireBuilt(PictureFormat::Tiff, file);
 #ifdef QUORVEL_HAVE_TIFF
     return readTiffPicture(file);
@@ -184,20 +175,6 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned
   const std::string e = extension(file);
   if (e == (channels == 1 ? ".pgm" : ".ppm")) return PictureFormat::Ppm;
   return e == ".ppm" ? std::nullopt : pictureFormatToWrite(file);
-}
-
-void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format) {
-Picture readPicture(const fs::path& file) {
-  requireReadable(file);
-  const std::string start = startOf(file, 4);
-  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
-  if (start == "\x89PNG") {
-    requireBuilt(PictureFormat::Png, file);
-#ifdef QUORVEL_HAVE_PNG
-    return readPng(file);
-#endif
-  }
-  throw DataError(file, "is neither a PGM, a PPM nor a PNG file");
 }
 
 void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase) {

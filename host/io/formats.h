@@ -36,11 +36,10 @@ struct ReadOptions {
 RawFrame readRawFrame(const fs::path& file, const ReadOptions& options);
 
 // A finished picture, told by its first bytes: PNG, TIFF, PPM or PGM. Throws DataError.
+Picture readPicture(const fs::path& file);
+
 // The same before it is brought to the library's form, every sample as the file has it.
 Mosaic readMosaic(const fs::path& file, const ReadOptions& options);
-
-// A picture of 8 bits, grey or of three colours: PGM, PPM or PNG, told by the first bytes.
-Picture readPicture(const fs::path& file);
 
 // Throws DataError for levels between which no picture has room.
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file);
@@ -51,6 +50,7 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file);
 
 // The same for a picture that may be grey, which no .ppm file is and every .pgm file is.
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels);
+
 bool isJpegName(const fs::path& file);
 bool isQvbName(const fs::path& file);
 

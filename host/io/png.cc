@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/io/png.h"
 
-#include <algorithm>
 #include <bit>
 #include <csetjmp>
 #include <cstring>
@@ -9,8 +8,6 @@
 #include <fmt/format.h>
 
 #include <png.h>
-
-#include "host/io/bytes.h"
 
 namespace quorvel::host {
 namespace {
@@ -31,14 +28,11 @@ bool encode(png_structp png, png_infop info, OutputFile& out, unsigned width, un
   if (setjmp(png_jmpbuf(png))) return false;
   png_set_write_fn(png, &out, put, flush);
   png_set_IHDR(png, info, width, height, bits, grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-bool encode(png_structp png, png_infop info, OutputFile& out, const Picture& picture, int bits,
-  png_set_IHDR(png, info, picture.width, picture.height, bits,
-               picture.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_compression_level(png, 4);  // a photograph gains little from higher levels and waits long for them
   png_write_info(png, info);
   if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png);
-  for (unsigned y = 0; y < picture.height; ++y) png_write_row(png, rows + y * rowBytes);
+  for (unsigned y = 0; y < height; ++y) png_write_row(png, rows + y * rowBytes);
   png_write_end(png, nullptr);
   return true;
 }
@@ -71,24 +65,6 @@ bool decodeHeader(png_structp png, png_infop info, Input& input) {
 }
 
 bool decode(png_structp png, png_bytepp rows) {
-struct Source {
-  ByteSpan rest;
-
-  ByteSpan& rest = static_cast<Source*>(png_get_io_ptr(png))->rest;
-  if (bytes > rest.size()) png_error(png, "");
-  std::copy_n(rest.begin(), bytes, to);
-  rest = rest.subspan(bytes);
-}
-
-bool decodeHeader(png_structp png, png_infop info, Source& source, Picture& picture) {
-  png_set_read_fn(png, &source, get);
-  png_set_strip_16(png);
-  picture.width = png_get_image_width(png, info);
-  picture.height = png_get_image_height(png, info);
-  picture.channels = png_get_channels(png, info);
-}
-
-bool decodeRows(png_structp png, png_bytepp rows) {
   if (setjmp(png_jmpbuf(png))) return false;
   png_read_image(png, rows);
   return true;
@@ -128,25 +104,6 @@ Picture readPng(const fs::path& file) {
   std::vector<png_bytep> rows(picture.height);
   for (std::size_t y = 0; y < rows.size(); ++y) rows[y] = data + y * rowSamples * (is16 ? 2 : 1);
   if (!decode(r.png, rows.data())) throw DataError(file, "is cut short or damaged");
-
-  const std::vector<std::uint8_t> contents = readFile(file);
-  Source source{contents};
-  std::string wrong = "is no PNG file that can be read";
-  bool done = info != nullptr && decodeHeader(png, info, source, picture);
-  if (done && !sizeIsSane(picture.width, picture.height)) {
-    done = false;
-    wrong = "is of a size that cannot be worked on";
-  }
-  if (done) {
-    const std::size_t pitch = std::size_t{picture.channels} * picture.width;
-    auto& samples = picture.samples.emplace<0>(pitch * picture.height);
-    std::vector<png_bytep> rows(picture.height);
-    for (std::size_t y = 0; y < rows.size(); ++y) rows[y] = &samples[y * pitch];
-    done = decodeRows(png, rows.data());
-    wrong = "is cut short or damaged";
-  }
-  png_destroy_read_struct(&png, &info, nullptr);
-  if (!done) throw DataError(file, wrong);
   return picture;
 }
 
@@ -159,7 +116,6 @@ void writePng(OutputFile& out, const Picture& picture) {
         [](const auto& samples) { return reinterpret_cast<const std::uint8_t*>(samples.data()); }, picture.samples);
     const int bits = picture.is16() ? 16 : 8;
     done = encode(png, info, out, picture.width, picture.height, bits, picture.channels == 1, bytes,
-    done = encode(png, info, out, picture, bits, bytes,
                   std::size_t{picture.channels} * picture.width * static_cast<unsigned>(bits / 8));
   }
   png_destroy_write_struct(&png, &info);

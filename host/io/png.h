@@ -9,7 +9,6 @@
 namespace quorvel::host {
 
 // Grey or colour; transparency is left out.
-// Of grey or colours, 8 bits: deeper samples lose their low bits, palettes are resolved, transparency is left out.
 Picture readPng(const fs::path& file);
 void writePng(OutputFile& out, const Picture& picture);
 

@@ -131,11 +131,6 @@ Picture readPnmPicture(const fs::path& file) {
     std::transform(image.samples.begin(), image.samples.end(), samples.begin(),
                    [](std::uint16_t v) { return static_cast<std::uint8_t>(v); });
   }
-  const bool grey = startOf(file) == "P5";
-  const Pnm image = readPnm(file, grey ? '5' : '6', grey ? 1 : 3);
-  Picture picture{image.width, image.height, 255, std::vector<std::uint8_t>(image.samples.size()), grey ? 1u : 3u};
-  std::transform(image.samples.begin(), image.samples.end(), std::get<0>(picture.samples).begin(),
-                 [&](unsigned v) { return static_cast<std::uint8_t>((v * 255 + image.maximum / 2) / image.maximum); });
   return picture;
 }
 

@@ -16,8 +16,6 @@ void writePgm(OutputFile& out, const RawFrame& frame, Phase phase = Phase::GRBG)
 Planes readPpm(const fs::path& file);
 // A picture of either kind; and it goes out as the kind that it is.
 Picture readPnmPicture(const fs::path& file);
-// A PGM or PPM file as a picture of 8 bits: other maxima are brought to 255.
-// PPM, or PGM where the picture is grey.
 void writePpm(OutputFile& out, const Picture& picture);
 
 }  // namespace quorvel::host

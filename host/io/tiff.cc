@@ -190,8 +190,6 @@ Picture readTiffPicture(const fs::path& path) {
   return picture;
 }
 
-void writeTiff(OutputFile& out, const RawFrame& frame) {
-  writeImage(out, frame.width, frame.height, 1, 16, frame.samples.data(), notesOf(frame));
 void writeTiff(OutputFile& out, const RawFrame& frame, Phase phase) {
   writeImage(out, frame.width, frame.height, 1, 16, frame.samples.data(), notesOf(frame, phase));
 }
@@ -200,8 +198,6 @@ void writeTiff(OutputFile& out, const Picture& picture) {
   std::visit(
       [&](const auto& samples) {
         writeImage(out, picture.width, picture.height, picture.channels, 8 * sizeof(samples[0]), samples.data(), "");
-        writeImage(out, picture.width, picture.height, static_cast<std::uint16_t>(picture.channels),
-                   8 * sizeof(samples[0]), samples.data(), "");
       },
       picture.samples);
 }
