@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Renders the built-in scene, develops it by three demosaicing methods, measures each against the scene without noise, and
-# leaves the pictures and a page that shows them side by side in out/.
+# Renders the built-in scene, develops it by three demosaicing methods, measures each against the scene without noise,
+# corrects colours by a table, and leaves the pictures and a page that shows them side by side in out/.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -30,8 +30,8 @@ for method in bilinear gradient vng; do
   "$quorvel" develop out/scene.pgm -o "out/$method.png" --method "$method" --truth out/scene.truth.ppm --time --force
 done
 
-echo "demo: correcting colours by the scene's chart"
-# Its patches in the developed frame, and as paint of those reflectances should look.
+echo "demo: checking the chart in the developed frame"
+# Its patches as they are, and as paints of their reflectances should look; the table makes up for what is between them.
 "$quorvel" lut measure out/scene.pgm --rect 655,841,165,109 -o out/chart-measured.txt --force
 cat >out/chart-reference.txt <<'PATCHES'
 114 82 68
@@ -60,8 +60,21 @@ cat >out/chart-reference.txt <<'PATCHES'
 53 53 53
 PATCHES
 "$quorvel" lut chart out/chart-measured.txt out/chart-reference.txt -o out/chart.bin --force
-"$quorvel" lut info out/chart.bin --plot out/chart.png --force
+
+echo "demo: taking the haze out of its colours"
+# A look as grading programs write it: more contrast, stronger colours, less blue in the shadows.
+awk 'function limited(v) { return v < 0 ? 0 : v > 1 ? 1 : v }
+     function strong(v, grey) { return limited(grey + 1.25 * (v - grey) - 0.09 * sin(6.2831853 * grey)) }
+     BEGIN {
+       print "TITLE \"Less haze\""; print "LUT_3D_SIZE 17"
+       for (b = 0; b < 17; ++b) for (g = 0; g < 17; ++g) for (r = 0; r < 17; ++r) {
+         grey = (0.3 * r + 0.59 * g + 0.11 * b) / 16
+         print strong(r / 16, grey), strong(g / 16, grey), strong(b / 16 - 0.04 * (1 - grey), grey)
+       }
+     }' >out/haze.cube
+"$quorvel" lut convert out/haze.cube -o out/haze.bin --force
+"$quorvel" lut info out/haze.bin --plot out/haze.png --force
 
 echo "demo: laying the methods side by side"
-"$quorvel" contact-sheet out/scene.pgm --truth out/scene.truth.ppm --table out/chart.bin -o out --force
+"$quorvel" contact-sheet out/scene.pgm --truth out/scene.truth.ppm --table out/haze.bin -o out --force
 echo "demo: open out/index.html in a browser; out/overview.png is its summary in one picture"

@@ -4,8 +4,9 @@
 #include <quorvel/colour.h>
 
 #include <algorithm>
-#include <cmath>
+#include <string>
 
+#include "bench/colour_move.h"
 #include "bench/harness.h"
 #include "bench/peers/colour.h"
 #include "bench/peers/colour_tables.h"
@@ -20,23 +21,12 @@ namespace {
 constexpr unsigned kLevels = 64;
 constexpr std::size_t kPixelSamples = 3 * std::size_t{kSamples};
 
-// A smooth correction: more contrast and a turn of the hues.
-std::array<double, 3> move(std::array<double, 3> c) {
-  for (double& v : c) v = v - 0.1 * std::sin(2 * 3.14159265358979 * v);
-  const double grey = 0.3 * c[0] + 0.59 * c[1] + 0.11 * c[2];
-  const std::array<double, 3> turned = {c[0], c[1], c[2]};
-  for (std::size_t i = 0; i < 3; ++i) {
-    c[i] = std::clamp(grey + 1.15 * (turned[i] - grey) + 0.05 * (turned[(i + 1) % 3] - grey), 0.0, 1.0);
-  }
-  return c;
-}
-
 template <typename Table>
 std::shared_ptr<Table> filled() {
   TMatrix<float> matrix(3, kLevels * kLevels * kLevels);
   for (unsigned i = 0; i < matrix.rows(); ++i) {
     const auto at = [](unsigned level) { return 4.0 * level / 255; };
-    const auto colour = move({at(i % kLevels), at(i / kLevels % kLevels), at(i / kLevels / kLevels)});
+    const auto colour = moved({at(i % kLevels), at(i / kLevels % kLevels), at(i / kLevels / kLevels)});
     for (std::size_t c = 0; c < 3; ++c) matrix.row(i)[c] = static_cast<float>(255 * colour[c]);
   }
   auto table = std::make_shared<Table>();
@@ -76,10 +66,10 @@ void registerBytes(const Frame& frame, const std::string& content) {
       contest->peer(name, [=] { convert(frame->data(), out->data(), kWidth, kHeight); });
     };
 #ifdef QUORVEL_PEER_LCMS
-    peer("lcms", lcmsDeviceLink(kLevels, move));
+    peer("lcms", lcmsDeviceLink(kLevels, moved));
 #endif
 #ifdef QUORVEL_PEER_OCIO
-    peer("ocio", ocioLut3D(kLevels, move));
+    peer("ocio", ocioLut3D(kLevels, moved));
 #endif
   }
 }

@@ -104,8 +104,8 @@ Picture tablePlot(const ColourTable& table) {
   // The plane of axes a and b, the third channel in its middle.
   const auto plane = [&](unsigned i, unsigned a, unsigned b) {
     const auto origin = panel(i, std::string(kNames[a]) + " AND " + kNames[b]);
-    for (unsigned la = 0; la < kTableLevels; la += 3) {
-      for (unsigned lb = 0; lb < kTableLevels; lb += 3) {
+    for (unsigned la = 0; la < kTableLevels; la += 4) {
+      for (unsigned lb = 0; lb < kTableLevels; lb += 4) {
         std::array<unsigned, 3> level = {kMiddleLevel, kMiddleLevel, kMiddleLevel};
         level[a] = la, level[b] = lb;
         const float* to = table.at(level[0], level[1], level[2]);
@@ -123,7 +123,8 @@ Picture tablePlot(const ColourTable& table) {
   const auto origin = panel(3, "GREYS");
   for (double s = 0; s <= 252; s += 0.5) put(origin, s, s, 1, kRule);
   for (unsigned level = 0; level < kTableLevels; ++level) {
-    for (unsigned c = 0; c < 3; ++c) put(origin, 4.0 * level, table.at(level, level, level)[c], 4, kInks[c]);
+    // Where channels agree, all three are to be seen.
+    for (unsigned c = 0; c < 3; ++c) put(origin, 4.0 * level, table.at(level, level, level)[c], 7 - 2 * c, kInks[c]);
   }
   return std::move(canvas).picture();
 }
