@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <bit>
 #include <limits>
+
 #include "tests/digest/digest.h"
 
 namespace quorvel::test {
