@@ -4,21 +4,36 @@
 #   test.sh             this machine's system
 #   test.sh --windows   the 32-bit Windows DLL, its program and all tests, run under Wine
 #   test.sh --arm64     AArch64 Linux, run under qemu
+# After either of these, --core leaves it at what can differ between systems: the digest over the results of all exported
+# routines, the runtime, the solvers, the program's road, and hosts of the installed tree.
 # Cross builds take their compilers from packages and keep what they fetch in ~/.cache/quorvel (QUORVEL_CACHE).
 set -euo pipefail
 cd "$(dirname "$0")"
+
+core_targets=(quorvel quorvel_static quorvel-host test-digest test-runtime test-runtime-search test-numerics test-host)
+core_tests='^(digest|runtime|numerics|package)\.|^host\.Road'
 
 # build_and_test PRESET OPTIONS...
 build_and_test() {
   local preset=$1
   shift
+  local targets=() tests=()
+  if [ "$extent" = --core ]; then
+    targets=(--target "${core_targets[@]}")
+    tests=(--tests-regex "$core_tests")
+  fi
   echo "test: building in build/$preset"
   cmake --preset "$preset" -DQUORVEL_WERROR=ON "$@"
-  cmake --build --preset "$preset"
+  cmake --build --preset "$preset" "${targets[@]}"
   echo "test: running"
-  ctest --preset "$preset" --output-on-failure
+  ctest --preset "$preset" --output-on-failure "${tests[@]}"
 }
 
+extent=${2:-}
+if [ -n "$extent" ] && { [ "$extent" != --core ] || [ $# -gt 2 ]; }; then
+  echo "test.sh: '${*:2}' is not --core" >&2
+  exit 2
+fi
 case ${1:-} in
   "")
     bash scripts/setup.sh
