@@ -6,6 +6,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include <bit>
 #include <cstring>
 
 #include "codec/dct.h"
@@ -29,16 +30,17 @@ HWY_INLINE void forFloats(std::size_t n, Body&& body) {
 }
 
 // Calls finish(d, i, v) for all of a * b; all of b is read before the last call, so the result may not take its place.
-template <typename Finish>
+// Only the first `kTerms` products of each sum are formed.
+template <std::size_t kTerms = 8, typename Finish>
 HWY_INLINE void floatProduct(const float* a, const float* b, Finish&& finish) {
   forFloats(8, [&](auto d, std::size_t c) HWY_ATTR {
-    hn::Vec<decltype(d)> rows[8];
+    hn::Vec<decltype(d)> rows[kTerms];
     HWY_UNROLL(8)
-    for (std::size_t j = 0; j < 8; ++j) rows[j] = hn::LoadU(d, b + 8 * j + c);
+    for (std::size_t j = 0; j < kTerms; ++j) rows[j] = hn::LoadU(d, b + 8 * j + c);
     for (std::size_t k = 0; k < 8; ++k) {
       auto sum = hn::Mul(hn::Set(d, a[8 * k]), rows[0]);
       HWY_UNROLL(7)
-      for (std::size_t j = 1; j < 8; ++j) sum = hn::Add(sum, hn::Mul(hn::Set(d, a[8 * k + j]), rows[j]));
+      for (std::size_t j = 1; j < kTerms; ++j) sum = hn::Add(sum, hn::Mul(hn::Set(d, a[8 * k + j]), rows[j]));
       finish(d, 8 * k + c, sum);
     }
   });
@@ -47,6 +49,32 @@ HWY_INLINE void floatProduct(const float* a, const float* b, Finish&& finish) {
 void multiply(const float* a, const float* b, float* product) {
   floatProduct(a, b, [=](auto d, std::size_t i, auto sum) HWY_ATTR { hn::StoreU(sum, d, product + i); });
 }
+
+// The same where all terms from the given one on are 0 times something finite: what they would add changes no sum.
+template <typename Finish>
+HWY_INLINE void shortFloatProduct(std::size_t terms, const float* a, const float* b, Finish&& finish) {
+  if (terms <= 2) return floatProduct<2>(a, b, finish);
+  if (terms <= 4) return floatProduct<4>(a, b, finish);
+  if (terms <= 6) return floatProduct<6>(a, b, finish);
+  floatProduct(a, b, finish);
+}
+
+// How many rows and columns of a block there are up to the last ones that are not 0.
+struct Extent {
+  explicit Extent(const std::int16_t* block) {
+    std::uint64_t below[2] = {};
+    for (std::size_t r = 0; r < 8; ++r) {
+      std::uint64_t row[2];
+      std::memcpy(row, block + 8 * r, sizeof row);
+      below[0] |= row[0];
+      below[1] |= row[1];
+      if ((row[0] | row[1]) != 0) rows = r + 1;
+    }
+    const bool right = below[1] != 0;
+    columns = (right ? 4 : 0) + (static_cast<std::size_t>(std::bit_width(below[right])) + 15) / 16;
+  }
+  std::size_t rows = 0, columns;
+};
 
 // left * x * right.
 template <typename Finish>
@@ -124,7 +152,11 @@ void inverseFloat(const std::int16_t* coefs, std::size_t blocks, const float* qu
       const auto c = wholeFloats(d, hn::LoadU(hn::Rebind<std::int16_t, decltype(d)>(), ordered + i));
       hn::StoreU(hn::Mul(c, hn::LoadU(d, quant + i)), d, x + i);
     });
-    floatBlock(left, x, right, [&](auto d, std::size_t i, auto sum) HWY_ATTR {
+    const Extent extent(ordered);
+    float t[64];
+    shortFloatProduct(extent.rows, left, x,
+                      [&](auto d, std::size_t i, auto sum) HWY_ATTR { hn::StoreU(sum, d, t + i); });
+    shortFloatProduct(extent.columns, t, right, [&](auto d, std::size_t i, auto sum) HWY_ATTR {
       const hn::Rebind<std::uint8_t, decltype(d)> d8;
       const auto level = hn::Add(roundedToNearest(d, sum), hn::Set(d, 128.0f));
       const auto sample = limited(d, level, 0.0f, 255.0f);

@@ -20,7 +20,10 @@ std::vector<Seed> quorvel::fuzz::makeSeeds() {
     for (const auto& [width, height] : {std::pair{1u, 1u}, {40u, 20u}}) {
       Picture picture{width, height, 255, std::vector<std::uint8_t>(channels * width * height), channels};
       unsigned i = 0;
-      for (std::uint8_t& v : std::get<0>(picture.samples)) v = static_cast<std::uint8_t>(++i * i * 2654435761u >> 24);
+      for (std::uint8_t& v : std::get<0>(picture.samples)) {
+        ++i;
+        v = static_cast<std::uint8_t>(i * i * 2654435761u >> 24);
+      }
       for (const JpegOptions options : {JpegOptions{10, false}, {75, true}, {100, false}}) {
         seeds.push_back(encodeJpeg(picture, options));
       }
