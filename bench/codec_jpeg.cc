@@ -49,7 +49,7 @@ void registerJpegContests() {
   Contest encode("encodeJpegGrey", kSamples + file->size());
   encode.quorvel([=] { benchmark::DoNotOptimize(host::encodeJpeg(*picture, kOptions)); });
   Contest decode("decodeJpegGrey", kSamples + file->size());
-  decode.quorvel([=] { benchmark::DoNotOptimize(host::pictureOf(host::readJpegCoefficients(*file, "photograph"))); });
+  decode.quorvel([=] { benchmark::DoNotOptimize(host::readJpeg(*file, "photograph")); });
 #ifdef QUORVEL_PEER_JPEG
   encode.peer("libjpeg-turbo", [=] {
     benchmark::DoNotOptimize(peerEncodeJpeg(std::get<0>(picture->samples).data(), kWidth, kHeight, kOptions.quality));

@@ -10,6 +10,7 @@
 //
 // Without loss: low bits that are always 0 would be a gift, so that the photograph is turned into counts of a sensor,
 // with the noise of its light and its electronics.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -87,7 +88,7 @@ Point jpegPoint(const RawFrame& frame, int quality) {
     }
     const auto file = encodeJpeg(grey, {quality, true});
     bytes += file.size();
-    const auto back = std::get<0>(pictureOf(readJpegCoefficients(file, "jpeg")).samples);
+    const auto back = std::get<0>(readJpeg(file, "jpeg").samples);
     for (std::size_t i = 0; i < back.size(); ++i) squares += std::pow(16 * (back[i] - samples[i]), 2);
   }
   const std::size_t samples = std::size_t{frame.width / 2} * (frame.height / 2) * 4;

@@ -71,7 +71,7 @@ int expandJpeg(const Arguments& a, ByteSpan bytes) {
   if (a.recover) throw UsageError("--recover is for .qvb files");
   if (format) requireBuilt(*format, a.output);
   OutputFile out(a.output, a.force);
-  const Picture picture = pictureOf(readJpegCoefficients(bytes, a.input));
+  const Picture picture = readJpeg(bytes, a.input);
   if (grey && picture.channels != 1) throw UsageError(a.output + ": a picture in colours is no .pgm");
   writePicture(out, picture, format.value_or(PictureFormat::Ppm));
   out.commit();

@@ -47,7 +47,8 @@ JpegCoefficients readJpegHeader(ByteSpan bytes, const fs::path& file);
 // Throws DataError for a file that is damaged or of another kind than is read.
 JpegCoefficients readJpegCoefficients(ByteSpan bytes, const fs::path& file);
 
-Picture pictureOf(const JpegCoefficients& coefficients);
+// The picture itself, without taking memory for coefficients.
+Picture readJpeg(ByteSpan bytes, const fs::path& file);
 
 }  // namespace quorvel::host
 

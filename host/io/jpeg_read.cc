@@ -31,8 +31,11 @@ class Reader {
     return std::move(image_);
   }
 
-  JpegCoefficients coefficients() && {
-    while (next()) scan();
+  // Decodes all scans. `begin(image, component)` comes once for a component when all that the header says is known,
+  // then `row(component, r, blocks)` with each of its rows of blocks.
+  template <typename Begin, typename Row>
+  JpegCoefficients decode(Begin begin, Row row) && {
+    while (next()) scan(begin, row);
     const auto missing = std::find_if(frame_.begin(), frame_.end(), [](const auto& c) { return !c.decoded; });
     if (frame_.empty() || missing != frame_.end()) refuse("is cut short: it ends before its picture does");
     return std::move(image_);
@@ -168,56 +171,53 @@ class Reader {
     }
   }
 
-  // The picture data: intervals with restart markers between them, every one with predictions of its own.
-  void scan() {
-    const std::size_t mcus = std::size_t{image_.columns()} * image_.rows(), components = scan_.size();
+  // The picture data, row by row of blocks, through the library's pre-decoder: what a row needs stays in the cache.
+  template <typename Begin, typename Row>
+  void scan(Begin begin, Row row) {
+    const std::size_t columns = image_.columns(), components = scan_.size();
     // A block takes two bits at least: a file that is too short for its size is refused before memory is taken.
-    if (mcus * components > 4 * (bytes_.size() - at_)) refuse("is cut short: it ends before its picture does");
-    for (const std::size_t c : scan_) image_.components[c].blocks.resize(mcus * kBlock);
-    const std::size_t interval = image_.restartInterval != 0 ? image_.restartInterval : mcus;
-    std::vector<std::int16_t> interleaved(components > 1 ? std::min(interval, mcus) * components * kBlock : 0);
-    std::vector<std::uint64_t> stream;
-    for (std::size_t first = 0, count = 0; first < mcus; first += interval, ++count) {
-      const std::size_t n = std::min(interval, mcus - first), blocks = n * components;
-      const ByteSpan rest = bytes_.subspan(at_);
-      stream.resize(std::max(stream.size(), intervalWords(rest)));
-      unsigned position = 0, produced = 0;
-      const int marker = scanJpegData_(rest.data(), static_cast<unsigned>(rest.size()), position,
-                                       reinterpret_cast<std::uint8_t*>(stream.data()), produced);
-      at_ += position;
-      std::int16_t* to = components > 1 ? interleaved.data() : &image_.components[scan_[0]].blocks[first * kBlock];
-      CHuffmanProgress progress{};
-      const int status = decodeHuffmanFastAllBounded(reinterpret_cast<const std::uint8_t*>(stream.data()), produced, to,
-                                                     static_cast<unsigned>(blocks), tables_.data(),
-                                                     static_cast<int>(components), 1, 1, 1, &progress);
-      if (status != 0) {
-        const std::size_t row = 8 * ((first + progress.blocks / components) / image_.columns());
-        refuse(fmt::format("{} in row {}", marker == 0 ? "is cut short" : "has damaged picture data", row));
-      }
-      for (std::size_t c = 0; components > 1 && c < components; ++c) {
-        std::int16_t* own = &image_.components[scan_[c]].blocks[first * kBlock];
-        for (std::size_t i = 0; i < n; ++i) {
-          std::copy_n(&interleaved[(i * components + c) * kBlock], kBlock, own + i * kBlock);
+    if (columns * image_.rows() * components > 4 * (bytes_.size() - at_)) {
+      refuse("is cut short: it ends before its picture does");
+    }
+    for (const std::size_t c : scan_) begin(image_, c);
+    std::vector<std::int16_t> blocks(columns * components * kBlock);
+    CHuffman_state state;
+    startInterval(state);
+    std::size_t left = image_.restartInterval;
+    for (unsigned r = 0, restarts = 0; r < image_.rows(); ++r) {
+      for (std::size_t x = 0; x < columns; ++x) {
+        if (image_.restartInterval != 0 && left-- == 0) {
+          restart(restarts++, r);
+          startInterval(state);
+          left = image_.restartInterval - 1;
+        }
+        for (std::size_t c = 0; c < components; ++c) {
+          const int status = decode_HuffmanBlock(static_cast<int>(c), &state, &blocks[(c * columns + x) * kBlock],
+                                                 tables_[2 * c], tables_[2 * c + 1], pre_.get());
+          if (status == 0) continue;
+          const bool atEnd = status != -1 && pre_->marker == 0;
+          refuse(fmt::format("{} in row {}", atEnd ? "is cut short" : "has damaged picture data", 8 * r));
         }
       }
-      if (first + n == mcus) return;
-      if (marker != static_cast<int>(kFirstRestart + count % 8)) {
-        refuse(fmt::format("has damaged picture data in row {}: a restart is missing", 8 * (first / image_.columns())));
-      }
-      at_ += 2;
+      for (std::size_t c = 0; c < components; ++c) row(scan_[c], r, &blocks[c * columns * kBlock]);
     }
+    at_ += pre_->position;
   }
 
-  // Words for the bytes of the interval that begins here, up to the next marker.
-  static std::size_t intervalWords(ByteSpan rest) {
-    std::size_t end = 0;
-    for (;;) {
-      const auto found = std::find(rest.begin() + static_cast<std::ptrdiff_t>(end), rest.end(), 0xFF);
-      end = static_cast<std::size_t>(found - rest.begin());
-      if (end + 1 >= rest.size() || rest[end + 1] != 0) break;
-      end += 2;
+  void startInterval(CHuffman_state& state) {
+    const ByteSpan rest = bytes_.subspan(at_);
+    startPreDecoder(pre_.get(), rest.data(), static_cast<unsigned>(std::min<std::size_t>(rest.size(), 0xFFFFFFFFu)),
+                    &state);
+  }
+
+  void restart(unsigned count, unsigned row) {
+    at_ += pre_->position;
+    while (at_ + 1 < bytes_.size() && (bytes_[at_] != 0xFF || bytes_[at_ + 1] == 0)) ++at_;
+    if (at_ + 1 >= bytes_.size()) refuse(fmt::format("is cut short in row {}", 8 * row));
+    if (bytes_[at_ + 1] != kFirstRestart + count % 8) {
+      refuse(fmt::format("has damaged picture data in row {}: a restart is missing", 8 * row));
     }
-    return std::min(end + 1, rest.size()) / 8 + 1;
+    at_ += 2;
   }
 
   ByteSpan bytes_;
@@ -230,19 +230,58 @@ class Reader {
   std::optional<unsigned> adobeTransform_;
   std::vector<std::size_t> scan_;            // the components of the scan
   std::vector<const c_decode_tbl*> tables_;  // DC and AC of each of them
+  std::unique_ptr<CPreDecoder> pre_ = std::make_unique<CPreDecoder>();
 };
 
-// The samples of a component, rows of whole blocks.
-std::vector<std::uint8_t> samplesOf(const JpegCoefficients& image, const JpegComponent& component) {
-  prepareTransforms();
-  const std::size_t pitch = std::size_t{8} * image.columns();
-  std::vector<std::uint8_t> samples(pitch * 8 * image.rows());
-  const InverseTransform inverse(component.steps);
-  for (unsigned row = 0; row < image.rows(); ++row) {
-    inverse.blockRow(&component.blocks[std::size_t{row} * image.columns() * kBlock], image.columns(),
-                     &samples[row * 8 * pitch], static_cast<unsigned>(pitch));
+// A component on its way to samples, rows of whole blocks.
+struct SamplePlane {
+  void begin(const JpegCoefficients& image, const JpegComponent& component) {
+    pitch = std::size_t{8} * image.columns();
+    samples.resize(pitch * 8 * image.rows());
+    inverse.emplace(component.steps);
   }
-  return samples;
+  void row(unsigned r, const std::int16_t* blocks) {
+    inverse->blockRow(blocks, static_cast<unsigned>(pitch / 8), &samples[r * 8 * pitch], static_cast<unsigned>(pitch));
+  }
+
+  std::size_t pitch = 0;
+  std::vector<std::uint8_t> samples;
+  std::optional<InverseTransform> inverse;
+};
+
+// Leaves out what stands beyond the picture in the last blocks.
+std::vector<std::uint8_t> greyOf(SamplePlane plane, unsigned width, unsigned height) {
+  std::uint8_t* const samples = plane.samples.data();
+  for (std::size_t y = 1; y < height && width != plane.pitch; ++y) {
+    std::copy_n(samples + y * plane.pitch, width, samples + y * width);
+  }
+  plane.samples.resize(std::size_t{width} * height);
+  return std::move(plane.samples);
+}
+
+std::vector<std::uint8_t> coloursOf(const std::array<SamplePlane, 3>& planes, const JpegCoefficients& image) {
+  std::vector<std::uint8_t> pixels(std::size_t{3} * image.width * image.height);
+  std::array<std::vector<float>, 3> row;
+  for (auto& plane : row) plane.resize(image.width);
+  std::uint8_t* to = pixels.data();
+  for (unsigned y = 0; y < image.height; ++y, to += std::size_t{3} * image.width) {
+    for (std::size_t c = 0; c < 3; ++c) {
+      const std::uint8_t* from = &planes[c].samples[y * planes[c].pitch];
+      if (image.colour == JpegColour::YCbCr) {
+        GrayToY8Flt(from, image.width, image.width, 1, row[c].data(), 128);
+      } else {
+        for (unsigned x = 0; x < image.width; ++x) to[3 * x + c] = from[x];
+      }
+    }
+    if (image.colour != JpegColour::YCbCr) continue;
+    YCbCrPlanesToRGB8Flt(row[0].data(), row[1].data(), row[2].data(), to, image.width, image.width, 1, 128);
+  }
+  return pixels;
+}
+
+Reader readerOf(ByteSpan bytes, const fs::path& file) {
+  if (!looksLikeJpeg(bytes)) throw DataError(file, "is no JPEG file");
+  return Reader(bytes, file);
 }
 
 }  // namespace
@@ -251,43 +290,34 @@ bool looksLikeJpeg(ByteSpan bytes) {
   return bytes.size() >= 3 && bytes[0] == 0xFF && bytes[1] == kStartOfImage && bytes[2] == 0xFF;
 }
 
-JpegCoefficients readJpegHeader(ByteSpan bytes, const fs::path& file) {
-  if (!looksLikeJpeg(bytes)) throw DataError(file, "is no JPEG file");
-  return Reader(bytes, file).header();
-}
+JpegCoefficients readJpegHeader(ByteSpan bytes, const fs::path& file) { return readerOf(bytes, file).header(); }
 
 JpegCoefficients readJpegCoefficients(ByteSpan bytes, const fs::path& file) {
-  if (!looksLikeJpeg(bytes)) throw DataError(file, "is no JPEG file");
-  return Reader(bytes, file).coefficients();
+  std::array<std::vector<std::int16_t>, 3> all;
+  std::size_t row = 0;
+  JpegCoefficients image = readerOf(bytes, file)
+                               .decode(
+                                   [&](const JpegCoefficients& head, std::size_t c) {
+                                     row = head.columns() * kBlock;
+                                     all[c].reserve(row * head.rows());
+                                   },
+                                   [&](std::size_t c, unsigned, const std::int16_t* blocks) {
+                                     all[c].insert(all[c].end(), blocks, blocks + row);
+                                   });
+  for (std::size_t c = 0; c < image.components.size(); ++c) image.components[c].blocks = std::move(all[c]);
+  return image;
 }
 
-Picture pictureOf(const JpegCoefficients& image) {
-  const std::size_t pitch = std::size_t{8} * image.columns(), pixels = std::size_t{image.width} * image.height;
-  const auto channels = static_cast<unsigned>(image.components.size());
-  Picture picture{image.width, image.height, 255, std::vector<std::uint8_t>(channels * pixels), channels};
-  std::uint8_t* to = std::get<0>(picture.samples).data();
-  std::vector<std::vector<std::uint8_t>> planes;
-  for (const JpegComponent& component : image.components) planes.push_back(samplesOf(image, component));
-  if (image.colour == JpegColour::Grey) {
-    for (unsigned y = 0; y < image.height; ++y)
-      std::copy_n(&planes[0][y * pitch], image.width, to + std::size_t{y} * image.width);
-    return picture;
-  }
-  std::array<std::vector<float>, 3> row;
-  for (auto& plane : row) plane.resize(image.width);
-  for (unsigned y = 0; y < image.height; ++y, to += 3 * image.width) {
-    if (image.colour == JpegColour::YCbCr) {
-      for (std::size_t c = 0; c < 3; ++c) {
-        GrayToY8Flt(&planes[c][y * pitch], image.width, image.width, 1, row[c].data(), 128);
-      }
-      YCbCrPlanesToRGB8Flt(row[0].data(), row[1].data(), row[2].data(), to, image.width, image.width, 1, 128);
-      continue;
-    }
-    for (unsigned x = 0; x < image.width; ++x) {
-      for (std::size_t c = 0; c < 3; ++c) to[3 * x + c] = planes[c][y * pitch + x];
-    }
-  }
-  return picture;
+Picture readJpeg(ByteSpan bytes, const fs::path& file) {
+  prepareTransforms();
+  std::array<SamplePlane, 3> planes;
+  const JpegCoefficients image =
+      readerOf(bytes, file)
+          .decode([&](const JpegCoefficients& head, std::size_t c) { planes[c].begin(head, head.components[c]); },
+                  [&](std::size_t c, unsigned r, const std::int16_t* blocks) { planes[c].row(r, blocks); });
+  const bool grey = image.colour == JpegColour::Grey;
+  return {image.width, image.height, 255,
+          grey ? greyOf(std::move(planes[0]), image.width, image.height) : coloursOf(planes, image), grey ? 1u : 3u};
 }
 
 }  // namespace quorvel::host

@@ -107,7 +107,7 @@ std::optional<Strip> StripDecoder::decode(ByteSpan bytes, std::size_t blocks, st
   for (std::size_t plane = 0; plane < kPlanes; ++plane) {
     const ByteSpan stream = in.take(lengths[plane]);
     // Before any memory is taken for the blocks: so many cannot be in so few bytes. The last one may be cut short.
-    if (in.failed() || blocks > 1 + stream.size() * 8 / kLeastBitsOfBlock) return std::nullopt;
+    if (in.failed() || blocks > 1 + stream.size() * (8 / kLeastBitsOfBlock)) return std::nullopt;
     std::vector<std::uint64_t> words((stream.size() + 7) / 8);  // the decoder wants them to begin at a word
     std::copy(stream.begin(), stream.end(), reinterpret_cast<std::uint8_t*>(words.data()));
     auto& values = strip.blocks[plane];

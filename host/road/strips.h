@@ -11,6 +11,7 @@
 #ifndef QUORVEL_HOST_ROAD_STRIPS_H_
 #define QUORVEL_HOST_ROAD_STRIPS_H_
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>

@@ -113,7 +113,6 @@ void addCodec(Routines& routines);
 void addColour(Routines& routines);
 void addGeometry(Routines& routines);
 void addNumerics(Routines& routines);
-void addCodec(Routines& routines);
 void addHuffman(Routines& routines);
 
 }  // namespace quorvel::test

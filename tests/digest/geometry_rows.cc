@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <iterator>
+#include <bit>
 #include <limits>
 
 #include "tests/digest/digest.h"
@@ -120,6 +120,8 @@ void addResampling(Routines& routines) {
     GeoParab16_16_2_MMX(from, &coefficients, 256, 16, to, 61, 2);
     for (const auto& plane : out) d.add(plane.data(), plane.size());
   };
+}
+
 GeoCoef4 record(int seed) {
   return {16 * seed, 7 * seed, 90, 9, 65000 + seed, 300 * seed, -400, 66000, seed, -seed, 0};
 }
@@ -134,14 +136,14 @@ auto quads(int (*routine)(const Rect*, unsigned, unsigned, Real, Real, GeoCoef4*
       if (i % 8 == 2) r.y1 = std::numeric_limits<Real>::quiet_NaN();
       GeoCoef4 c;
       routine(&r, 1000u * static_cast<unsigned>(i), 77u, Real(1) / 64, Real(1) / 33, &c);
-      const int fields[] = {c.x,     c.y,     c.columns, c.rows, c.dxColumn, c.dyColumn,
-                            c.dxRow, c.dyRow, c.ddx,     c.ddy,  c.rowRun};
-      d.add(fields, std::size(fields));
+      d.add(std::bit_cast<std::array<int, 11>>(c).data(), 11);
     }
+  };
 }
 
 template <typename T, typename Routine>
 auto rings(Routine routine) {
+  return [=](Digest& d) {
     std::vector<T> ring(64 * 8192), dst(300 * 5);
     for (std::size_t i = 0; i < ring.size(); ++i)
       ring[i] = static_cast<T>(static_cast<std::uint32_t>(i) * 2654435761u >> 16);
@@ -150,20 +152,12 @@ auto rings(Routine routine) {
       d.add(&status, 1);
       d.add(dst.data(), dst.size());
     }
+  };
 }
 
-template <typename Routine>
-auto runs(Routine routine) {
-    for (int i = -20; i < 20; ++i) {
-      const GeoCoef4 c = record(i);
-      unsigned first = 0;
-      const int kept = routine(&c, i % 9, &first);
-      d.add(&kept, 1);
-      d.add(&first, 1);
-    }
-}
-
+template <typename T, typename Routine>
 auto triangles(Routine routine) {
+  return [=](Digest& d) {
     std::vector<T> raster(64 * 48);
     for (int i = 0; i < 30; ++i) {
       const auto v = [i](int k) { return (i * 7919 + k * 104729) % 1499 - 250; };
@@ -172,6 +166,7 @@ auto triangles(Routine routine) {
       d.add(&count, 1);
     }
     d.add(raster.data(), raster.size());
+  };
 }
 
 void addMappings(Routines& routines) {
@@ -183,27 +178,38 @@ void addMappings(Routines& routines) {
   });
   routines["convGeo16_16"] = rings<std::uint16_t>([](const auto* ring, auto* dst, int x, int dx) {
     return convGeo16_16(ring, dst, x, 900, 300, dx, -3000, 100, 70000, 1, 1, 5);
+  });
   routines["convGeo"] = rings<std::uint16_t>([](const auto* ring, auto* dst, int x, int dx) {
     const Xparam walk = {dx / 4, 90000, 8192, 32};
     return convGeo(ring, dst, x, 8, &walk, 300);
+  });
   routines["linearCoor"] = [](Digest& d) {
-    std::vector<TPoInt<std::int32_t>> positions(90);
+    std::int32_t positions[180];
     const GeoCoef4 c = record(5);
-    linearCoor(&c, 7, positions.data(), 90);
-    for (const auto& p : positions) {
-      d.add(&p.x, 1);
-      d.add(&p.y, 1);
-    }
-  routines["calcExclude"] =
-      runs([](const GeoCoef4* c, int row, unsigned* first) { return calcExclude(c, row, 70, 40, first); });
-  routines["calcExclude2"] = runs([](const GeoCoef4* c, int row, unsigned* first) {
-    const TPoInt<std::int32_t> low = {-32768, -32768}, high = {3000000, 2000000};
-    return calcExclude2(c, row, &low, &high, first);
+    linearCoor(&c, 7, reinterpret_cast<TPoInt<std::int32_t>*>(positions), 90);
+    d.add(positions, 180);
+  };
+  const auto runs = [](bool ofBox) {
+    return [ofBox](Digest& d) {
+      const TPoInt<std::int32_t> low = {-32768, -32768}, high = {3000000, 2000000};
+      for (int i = -20; i < 20; ++i) {
+        const GeoCoef4 c = record(i);
+        unsigned first = 0;
+        const int kept = ofBox ? calcExclude2(&c, i % 9, &low, &high, &first) : calcExclude(&c, i % 9, 70, 40, &first);
+        d.add(&kept, 1);
+        d.add(&first, 1);
+      }
+    };
+  };
+  routines["calcExclude"] = runs(false);
+  routines["calcExclude2"] = runs(true);
   routines["fillTriangle"] = triangles<std::uint8_t>([](std::uint8_t* raster, const auto* corners, int i) {
     return fillTriangle(raster, 64, 61, 48, corners, static_cast<std::uint8_t>(i));
+  });
   routines["fillTriangleZ"] = triangles<float>([](float* raster, const auto* corners, int i) {
     const float z[] = {0.1f * static_cast<float>(i), -3.3f, 1e3f};
     return fillTriangleZ(raster, 64, 61, 48, corners, z);
+  });
 }
 
 }  // namespace
@@ -212,8 +218,8 @@ void addGeometry(Routines& routines) {
   for (const unsigned n : {1024u, 333u, 77u, 8u}) addRows(routines, n);
   addImages(routines, 64, 20);
   addImages(routines, 37, 11);
-  addResampling(routines);
   addMappings(routines);
+  addResampling(routines);
 }
 
 }  // namespace quorvel::test

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/reference/mapping.h"
 
+#include <array>
+#include <bit>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -15,91 +17,83 @@ namespace {
 using reference::positionOf;
 using Point = TPoInt<std::int32_t>;
 
+using Fields = std::array<int, 11>;
+using Corners = std::array<double, 8>;
+
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN(), kInfinite = std::numeric_limits<double>::infinity();
 
-std::vector<int> fields(const GeoCoef4& c) {
-  return {c.x, c.y, c.columns, c.rows, c.dxColumn, c.dyColumn, c.dxRow, c.dyRow, c.ddx, c.ddy, c.rowRun};
+// The record by one of the three routines, of a block of n x m pixels.
+template <typename Rect, typename Real>
+GeoCoef4 coefficients(int (*routine)(const Rect*, unsigned, unsigned, Real, Real, GeoCoef4*), const Corners& corners,
+                      unsigned n, unsigned m, double s, double t) {
+  std::array<Real, 8> values;
+  std::transform(corners.begin(), corners.end(), values.begin(), [](double v) { return static_cast<Real>(v); });
+  const auto rect = std::bit_cast<Rect>(values);
+  GeoCoef4 coef;
+  EXPECT_EQ(routine(&rect, n, m, static_cast<Real>(s), static_cast<Real>(t), &coef), 0);
+  return coef;
 }
 
 TEST(Coefficients, HandComputedValuesPinTruncationWrapAndLimits) {
   const struct {
-    Geo4Rect rect;
-    unsigned n, m;
+    Corners corners;
+    unsigned n;
     double s;
-    std::vector<int> exact;
+    Fields exact;
     int centredX, centredY;
   } cases[] = {
-      {{0, 0, 8, 0, 0, 8, 8, 8}, 8, 8, 0.125, {0, 0, 8, 8, 65536, 0, 0, 65536, 0, 0, 32767}, 0, 0},
-      {{0, 0, 16, 0, 0, 8, 16, 8}, 8, 8, 0.125, {0, 0, 8, 8, 131072, 0, 0, 65536, 0, 0, 32767}, 8, 0},
-      // Turned by a quarter, and negative values, which go towards zero but floor on their way to the centre.
-      {{8, 0, 8, 8, 0, 0, 0, 8}, 8, 8, 0.125, {128, 0, 8, 8, 0, 65536, -65536, 0, 0, 0, 16}, 112, 0},
+      {{0, 0, 8, 0, 0, 8, 8, 8}, 8, 0.125, {0, 0, 8, 8, 65536, 0, 0, 65536, 0, 0, 32767}, 0, 0},
+      {{0, 0, 16, 0, 0, 8, 16, 8}, 8, 0.125, {0, 0, 8, 8, 131072, 0, 0, 65536, 0, 0, 32767}, 8, 0},
+      {{8, 0, 8, 8, 0, 0, 0, 8}, 8, 0.125, {128, 0, 8, 8, 0, 65536, -65536, 0, 0, 0, 16}, 112, 0},
+      // Negative values, which go towards zero but floor on their way to the centre.
       {{-0.99, -1.07, 0, -2, 1, 0, 3, 9},
        3,
-       UINT_MAX,
        1,
-       {-15, -17, 3, -1, 64880, -60948, 130416, 70123, 66191, 650772, -51},
+       {-15, -17, 3, 8, 64880, -60948, 130416, 70123, 66191, 650772, -51},
        0,
        -24},
-      // The wrap of 2^32 and of 2^31, and what has no integer at all.
+      // The wraps of 2^32 and of 2^31, and what has no integer at all.
       {{268435456.25, -134217728, 268435456.25, kNan, kInfinite, 65536, 0, 0},
        1,
        1,
-       1,
-       {4, INT_MIN, 1, 1, 0, 0, 0, 0, 0, 0, 0},
+       {4, INT_MIN, 1, 8},
        -4,
        INT_MAX - 7},
-      {{0, 0, 0, 1e-300, 0, 0, 0, 0}, 8, 8, 1, {0, 0, 8, 8, 0, 0, 0, 0, 0, 0, 32767}, -8, -8},
-      {{0, 0, 0, -1e-300, 0, 0, 0, 0}, 8, 8, 1, {0, 0, 8, 8, 0, 0, 0, 0, 0, 0, 32768}, -8, -8},
-      {{0, 0, 0, -1, 0, 0, 0, 0}, 2048, 8, 1, {0, 0, 2048, 8, 0, -65536, 0, 0, 0, 65536, -32768}, -8, -16},
-      {{0, 0, 0, -1, 0, 0, 0, 0}, UINT_MAX, 8, 1, {0, 0, -1, 8, 0, -65536, 0, 0, 0, 65536, 32768}, -8, -16},
+      {{0, 0, 0, 1e-300, 0, 0, 0, 0}, 8, 1, {0, 0, 8, 8, 0, 0, 0, 0, 0, 0, 32767}, -8, -8},
+      {{0, 0, 0, -1e-300, 0, 0, 0, 0}, 8, 1, {0, 0, 8, 8, 0, 0, 0, 0, 0, 0, 32768}, -8, -8},
+      {{0, 0, 0, -1, 0, 0, 0, 0}, 2048, 1, {0, 0, 2048, 8, 0, -65536, 0, 0, 0, 65536, -32768}, -8, -16},
+      {{0, 0, 0, -1, 0, 0, 0, 0}, UINT_MAX, 1, {0, 0, -1, 8, 0, -65536, 0, 0, 0, 65536, 32768}, -8, -16},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
-    GeoCoef4 exact, centred, single;
-    EXPECT_EQ(calcGeo(&c.rect, c.n, c.m, c.s, c.s, &exact), 0);
-    EXPECT_EQ(fields(exact), c.exact);
-    EXPECT_EQ(calcGeo2(&c.rect, c.n, c.m, c.s, c.s, &centred), 0);
-    exact.x = c.centredX, exact.y = c.centredY;
-    EXPECT_EQ(fields(centred), fields(exact));
-    const auto f = [](double v) { return static_cast<float>(v); };
-    const Geo4Rect& r = c.rect;
-    const Geo4RectF rect = {f(r.x0), f(r.y0), f(r.x1), f(r.y1), f(r.x2), f(r.y2), f(r.x3), f(r.y3)};
-    EXPECT_EQ(calcGeoF(&rect, c.n, c.m, f(c.s), f(c.s), &single), 0);
-    if (&c < cases + 3) {  // of numbers that are the same in both precisions
-      EXPECT_EQ(fields(single), c.exact);
-    }
+    const GeoCoef4 exact = coefficients(calcGeo, c.corners, c.n, 8, c.s, c.s);
+    EXPECT_EQ(std::bit_cast<Fields>(exact), c.exact);
+    GeoCoef4 centred = coefficients(calcGeo2, c.corners, c.n, 8, c.s, c.s);
+    EXPECT_EQ(std::pair(centred.x, centred.y), std::pair(c.centredX, c.centredY));
+    centred.x = exact.x, centred.y = exact.y;
+    EXPECT_EQ(std::bit_cast<Fields>(centred), c.exact);
+    const bool sameInBoth = &c < cases + 3;
+    EXPECT_EQ(!sameInBoth || std::bit_cast<Fields>(coefficients(calcGeoF, c.corners, c.n, 8, c.s, c.s)) == c.exact,
+              true);
   }
 }
 
-// Quads of every orientation, flipped ones and twisted ones included: the mapping meets the corners that it was made
-// of, and the centre of a cell lies in the middle of its corners.
+// Quads of every orientation, flipped and twisted ones included: the mapping meets the corners that it was made of.
 TEST(Coefficients, MeetTheCornersOfEveryQuad) {
   std::mt19937 engine(7);
-  const auto any = [&] { return engine() / 4294967296.0 * 4000 - 2000; };
   for (int trial = 0; trial < 1000; ++trial) {
-    const Geo4Rect r = {any(), any(), any(), any(), any(), any(), any(), any()};
-    const Geo4RectF f = {static_cast<float>(r.x0), static_cast<float>(r.y0), static_cast<float>(r.x1),
-                         static_cast<float>(r.y1), static_cast<float>(r.x2), static_cast<float>(r.y2),
-                         static_cast<float>(r.x3), static_cast<float>(r.y3)};
-    const int n = 1 + static_cast<int>(engine() % 40), m = 1 + static_cast<int>(engine() % 40);
-    GeoCoef4 exact, single, cells;
-    calcGeo(&r, static_cast<unsigned>(n), static_cast<unsigned>(m), 1.0 / n, 1.0 / m, &exact);
-    calcGeo2(&r, static_cast<unsigned>(n), static_cast<unsigned>(m), 1.0 / n, 1.0 / m, &cells);
-    calcGeoF(&f, static_cast<unsigned>(n), static_cast<unsigned>(m), 1.0f / static_cast<float>(n),
-             1.0f / static_cast<float>(m), &single);
-    const double corners[4][4] = {{0, 0, r.x0, r.y0}, {1, 0, r.x1, r.y1}, {0, 1, r.x2, r.y2}, {1, 1, r.x3, r.y3}};
-    for (const auto& c : corners) {
-      const auto column = static_cast<int>(c[0]) * n, row = static_cast<int>(c[1]) * m;
-      const double tolerance = 4096 + n + m + n * m;
-      for (const auto& [coef, slack] : {std::pair(exact, 0.0), std::pair(single, 200.0)}) {
-        const auto p = positionOf(coef, column, row);
-        ASSERT_NEAR(static_cast<double>(p.x), c[2] * 65536, tolerance + slack * (n + m));
-        ASSERT_NEAR(static_cast<double>(p.y), c[3] * 65536, tolerance + slack * (n + m));
+    Corners r;
+    for (double& v : r) v = engine() / 4294967296.0 * 4000 - 2000;
+    const unsigned n = 1 + engine() % 40, m = 1 + engine() % 40;
+    const GeoCoef4 exact = coefficients(calcGeo, r, n, m, 1.0 / n, 1.0 / m);
+    const GeoCoef4 single = coefficients(calcGeoF, r, n, m, 1.0 / n, 1.0 / m);
+    for (unsigned corner = 0; corner < 4; ++corner) {
+      for (const auto& [coef, slack] : {std::pair(exact, 1u), {single, 200u}}) {
+        const auto p = positionOf(coef, corner % 2 * n, corner / 2 * m);
+        ASSERT_NEAR(static_cast<double>(p.x), r[2 * corner] * 65536, 4096 + n * m + slack * (n + m));
+        ASSERT_NEAR(static_cast<double>(p.y), r[2 * corner + 1] * 65536, 4096 + n * m + slack * (n + m));
       }
     }
-    const auto half = [](int a, int b) { return (a + b) / 2.0 - 32768; };
-    ASSERT_NEAR(4096.0 * cells.x, 4096.0 * exact.x + half(exact.dxColumn, exact.dxRow), 4096.5);
-    ASSERT_NEAR(4096.0 * cells.y, 4096.0 * exact.y + half(exact.dyColumn, exact.dyRow), 4096.5);
   }
 }
 
@@ -176,7 +170,9 @@ TEST(Ring, RefusesBeforeItTouchesAnything) {
 
 TEST(Positions, FollowTheFormulaAndExcludeWhatTheSourceLacks) {
   std::mt19937 engine(3);
-  const auto any = [&](int most) { return static_cast<int>(engine() % (2u * most + 1)) - most; };
+  const auto any = [&](int most) {
+    return static_cast<int>(static_cast<std::int64_t>(engine() % (2u * most + 1)) - most);
+  };
   for (int trial = 0; trial < 3000; ++trial) {
     const int scale = trial % 4 == 0 ? INT_MAX : 1 << 17, small = trial % 3 == 0 ? 1 : 3000;
     const GeoCoef4 c = {any(1600),  any(1600),  60,         9,          any(scale), trial % 5 == 0 ? 0 : any(scale),
@@ -232,9 +228,8 @@ TEST(Triangles, CoverANetOnceAndFollowItsPlanes) {
     std::vector<int> covered(kPitch * kHeight);
     const auto lay = [&](Point a, Point b, Point c) {
       const Point corners[3] = {a, b, c};
-      const float z[3] = {0.5f * static_cast<float>(a.x) - static_cast<float>(a.y),
-                          0.5f * static_cast<float>(b.x) - static_cast<float>(b.y),
-                          0.5f * static_cast<float>(c.x) - static_cast<float>(c.y)};
+      float z[3];
+      for (int i = 0; i < 3; ++i) z[i] = 0.5f * static_cast<float>(corners[i].x) - static_cast<float>(corners[i].y);
       std::fill_n(mask.data(), kPitch * kHeight, std::uint8_t{0});
       std::fill_n(plane.data(), kPitch * kHeight, -1e9f);
       const int count = fillTriangle(mask.data(), kPitch, kWidth, kHeight, corners, 200);
@@ -250,8 +245,8 @@ TEST(Triangles, CoverANetOnceAndFollowItsPlanes) {
         ASSERT_NEAR(plane.data()[i], 0.5 * x - y, 1e-3);
         const auto side = [&](Point p, Point q) { return (q.x - p.x) * (y - p.y) - (q.y - p.y) * (x - p.x); };
         const int sides[3] = {side(a, b), side(b, c), side(c, a)};
-        ASSERT_TRUE((sides[0] >= 0 && sides[1] >= 0 && sides[2] >= 0) ||
-                    (sides[0] <= 0 && sides[1] <= 0 && sides[2] <= 0));
+        const auto [least, most] = std::minmax_element(sides, sides + 3);
+        ASSERT_TRUE(*least >= 0 || *most <= 0);
       }
     };
     for (int j = 0; j + 1 < kNodes; ++j) {

@@ -238,7 +238,7 @@ TEST(Jpeg, OtherProgramsReadOurs) {
       SCOPED_TRACE(fmt::format("{} x {} x {}, quality {}", width, height, channels, options.quality));
       const Bytes file = encodeJpeg(original, options);
       const JpegCoefficients own = readJpegCoefficients(file, "own");
-      const Picture back = pictureOf(own);
+      const Picture back = readJpeg(file, "own");
       double squares = 0;
       const Bytes &was = std::get<0>(original.samples), &is = std::get<0>(back.samples);
       for (std::size_t i = 0; i < was.size(); ++i)
@@ -273,7 +273,7 @@ TEST(Jpeg, OursReadsThoseOfOtherPrograms) {
           const JpegCoefficients own = readJpegCoefficients(file, "peer");
           expectCoefficients(own, peer);
           EXPECT_EQ(own.restartInterval, restart);
-          EXPECT_LE(farthest(std::get<0>(pictureOf(own).samples), peer.pixels), channels == 1 ? 1 : 3);
+          EXPECT_LE(farthest(std::get<0>(readJpeg(file, "peer").samples), peer.pixels), channels == 1 ? 1 : 3);
         }
       }
     }
@@ -297,7 +297,7 @@ TEST(Codec, HostileFilesAreRefused) {
         bytes[random() % std::min<std::size_t>(bytes.size(), 700)] = static_cast<std::uint8_t>(random());
       if (round % 3 == 0) bytes.resize(random() % bytes.size());
       try {
-        looksLikeJpeg(bytes) ? void(pictureOf(readJpegCoefficients(bytes, "f"))) : void(expanded(bytes, "f"));
+        looksLikeJpeg(bytes) ? void(readJpeg(bytes, "f")) : void(expanded(bytes, "f"));
       } catch (const DataError&) {
       }
     }
