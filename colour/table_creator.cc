@@ -53,6 +53,21 @@ bool toCoarse(const TMatrix<float>& fine, TMatrix<float>& coarse) {
   return true;
 }
 
+template <typename Table>
+int fill(const TMatrix<float>& from, Table& table) {
+  constexpr int kFailed = 3;
+  if (from.data() == nullptr) return kFailed;
+  TMatrix<float> matrix;
+  if (from.rows() == table.rowsNeeded()) {
+    matrix = from;
+    if (matrix.data() == nullptr) return kFailed;
+  } else if (!(from.rows() == cube(kFine) ? toCoarse(from, matrix) : toFine(from, matrix))) {
+    return kFailed;
+  }
+  table.convertFrom(matrix);
+  return table.get() != nullptr ? 0 : kFailed;
+}
+
 }  // namespace
 }  // namespace quorvel
 
@@ -86,23 +101,8 @@ void ColorConvTableCreator::genDefault() {
   }
 }
 
-template <typename Table>
-int ColorConvTableCreator::fill(Table& table) const {
-  constexpr int kFailed = 3;
-  if (matrix_.data() == nullptr) return kFailed;
-  TMatrix<float> matrix;
-  if (matrix_.rows() == table.rowsNeeded()) {
-    matrix = matrix_;
-    if (matrix.data() == nullptr) return kFailed;
-  } else if (!(matrix_.rows() == cube(kFine) ? toCoarse(matrix_, matrix) : toFine(matrix_, matrix))) {
-    return kFailed;
-  }
-  table.convertFrom(matrix);
-  return table.get() != nullptr ? 0 : kFailed;
-}
-
-int ColorConvTableCreator::create(ColorConvTable& table) const { return fill(table); }
-int ColorConvTableCreator::create(ColorConvTable5& table) const { return fill(table); }
-int ColorConvTableCreator::create(ColorConvTable64& table) const { return fill(table); }
-int ColorConvTableCreator::create(ColorConvTable5_64& table) const { return fill(table); }
-int ColorConvTableCreator::create(ColorConvTableKxB& table) const { return fill(table); }
+int ColorConvTableCreator::create(ColorConvTable& table) const { return fill(matrix_, table); }
+int ColorConvTableCreator::create(ColorConvTable5& table) const { return fill(matrix_, table); }
+int ColorConvTableCreator::create(ColorConvTable64& table) const { return fill(matrix_, table); }
+int ColorConvTableCreator::create(ColorConvTable5_64& table) const { return fill(matrix_, table); }
+int ColorConvTableCreator::create(ColorConvTableKxB& table) const { return fill(matrix_, table); }

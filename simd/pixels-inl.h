@@ -74,7 +74,7 @@ HWY_INLINE auto gathered(D32 d) {
 
 // The lower three quarters of a register, and nothing beyond.
 template <class D8>
-HWY_INLINE void storeThreeQuarters(D8 d, hn::Vec<D8> v, std::uint8_t* to) {
+HWY_INLINE void storeThreeQuarters(D8, hn::Vec<D8> v, std::uint8_t* to) {
   const hn::Half<D8> half;
   const hn::Half<decltype(half)> quarter;
   hn::StoreU(hn::LowerHalf(half, v), half, to);

@@ -187,9 +187,6 @@ class QUORVEL_API ColorConvTableCreator : public ColorTableFile {
   int create(ColorConvTableKxB& table) const;
 
  private:
-  template <typename Table>
-  int fill(Table& table) const;
-
   TMatrix<float> matrix_;
 };
 

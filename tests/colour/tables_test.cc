@@ -12,32 +12,22 @@ namespace quorvel::test {
 namespace {
 
 // What is to be known of each value class: levels an axis, bits of an output, and what a cube's value becomes.
+template <unsigned kLevelsAnAxis, unsigned kSampleBits, auto kRoutine>
+struct KindOf {
+  static constexpr unsigned kLevels = kLevelsAnAxis, kBits = kSampleBits, kStep = 256 / kLevels;
+  static constexpr auto kConvert = kRoutine;
+  static unsigned fromCube(unsigned v) { return kBits == 8 ? v / 16 % 256 / kStep * kStep : v; }
+};
 template <typename T>
 struct Kind;
 template <>
-struct Kind<ColorConvTable> {
-  static constexpr unsigned kLevels = 64, kBits = 8;
-  static constexpr auto kConvert = colorConv24_24;
-  static unsigned fromCube(int v) { return static_cast<unsigned>(v) / 16 % 256 / 4 * 4; }
-};
+struct Kind<ColorConvTable> : KindOf<64, 8, colorConv24_24> {};
 template <>
-struct Kind<ColorConvTable5> {
-  static constexpr unsigned kLevels = 32, kBits = 8;
-  static constexpr auto kConvert = colorConv5_24_24;
-  static unsigned fromCube(int v) { return static_cast<unsigned>(v) / 16 % 256 / 8 * 8; }
-};
+struct Kind<ColorConvTable5> : KindOf<32, 8, colorConv5_24_24> {};
 template <>
-struct Kind<ColorConvTable64> {
-  static constexpr unsigned kLevels = 64, kBits = 12;
-  static constexpr auto kConvert = colorConv48_48;
-  static unsigned fromCube(int v) { return static_cast<std::uint16_t>(v); }
-};
+struct Kind<ColorConvTable64> : KindOf<64, 12, colorConv48_48> {};
 template <>
-struct Kind<ColorConvTable5_64> {
-  static constexpr unsigned kLevels = 32, kBits = 12;
-  static constexpr auto kConvert = colorConv5_48_48;
-  static unsigned fromCube(int v) { return static_cast<std::uint16_t>(v); }
-};
+struct Kind<ColorConvTable5_64> : KindOf<32, 12, colorConv5_48_48> {};
 
 template <typename T>
 class ValueTable : public testing::Test {
@@ -104,9 +94,7 @@ TYPED_TEST(ValueTable, CubesAreTakenCellByCell) {
     const std::int16_t* v =
         cube.cell(i % this->kLevels, i / this->kLevels % this->kLevels, i / this->kLevels / this->kLevels);
     // Shifted as the word that it is, so that negative values keep their sign's bits.
-    const auto kept = [](std::int16_t w) {
-      return Kind<TypeParam>::fromCube(static_cast<int>(w) + (w < 0 ? 65536 : 0));
-    };
+    const auto kept = [](std::int16_t w) { return Kind<TypeParam>::fromCube(static_cast<std::uint16_t>(w)); };
     ASSERT_EQ(this->lanes(table, i), (std::array{kept(v[0]), kept(v[1]), kept(v[2]), 0u})) << i;
   }
 }
