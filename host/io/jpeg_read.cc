@@ -27,7 +27,7 @@ class Reader {
   Reader(ByteSpan bytes, const fs::path& file) : bytes_(bytes), file_(file) {}
 
   JpegCoefficients header() && {
-    next();
+    if (!next()) refuse("holds no picture");
     return std::move(image_);
   }
 

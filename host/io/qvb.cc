@@ -25,7 +25,7 @@ constexpr std::size_t kRecordHead = kStripMark.size() + 3 * sizeof(std::uint32_t
 
 // Memory that a header may ask for, in samples: this much at all events, else no more than the file can hold, which is
 // 16 zeros a bit.
-constexpr std::uint64_t kFreeSamples = 1 << 24, kMostSamplesOfByte = 128;
+constexpr std::uint64_t kFreeSamples = 1 << 22, kMostSamplesOfByte = 128;
 
 bool padsLeft(Phase phase) { return phase == Phase::RGGB || phase == Phase::GBRG; }
 bool padsTop(Phase phase) { return phase == Phase::BGGR || phase == Phase::GBRG; }
