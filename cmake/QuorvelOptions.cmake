@@ -36,6 +36,11 @@ endif()
 
 # One rounding per operation: a fused multiply-add would give other bits on processors that have it.
 add_compile_options(-ffp-contract=off)
+# Compilers may load halves of vectors by way of MMX registers, which are those of x87: a host's next computation with
+# long double would come to nothing. `isExtMMX` alone touches them, and cleans up after it.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86|x86)$")
+  add_compile_options(-mno-mmx)
+endif()
 
 if(QUORVEL_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
