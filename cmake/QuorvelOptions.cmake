@@ -39,6 +39,7 @@ add_compile_options(-ffp-contract=off)
 # Compilers may load halves of vectors by way of MMX registers, which are those of x87: a host's next computation with
 # long double would come to nothing. `isExtMMX` alone touches them, and cleans up after it.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86|x86)$")
+  set(QUORVEL_X86 TRUE)
   add_compile_options(-mno-mmx)
 endif()
 
