@@ -124,14 +124,13 @@ int isE3Damd() {
   return remembered(capabilityCells.extended3dAmd, [] { return extendedFeature(kExtended3dMask); });
 }
 
-#if QUORVEL_X86
-__attribute__((target("sse")))
-#endif
 int isExtMMX() {
 #if QUORVEL_X86
-  __m64 product = _mm_mulhi_pu16(_mm_setzero_si64(), _mm_setzero_si64());
-  __asm__ volatile("" : : "y"(product));  // the instruction is the probe: it has to be executed
-  _mm_empty();
+  // The instruction is the probe: it has to be executed. The clobbered registers are those that it shares with x87.
+  __asm__ volatile("pxor %%mm0, %%mm0\n\tpmulhuw %%mm0, %%mm0\n\temms"
+                   :
+                   :
+                   : "st", "st(1)", "st(2)", "st(3)", "st(4)", "st(5)", "st(6)", "st(7)");
 #endif
   return 1;
 }
