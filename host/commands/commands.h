@@ -19,6 +19,7 @@ void addCalibrate(CLI::App& program, Action& chosen);
 void addHistogram(CLI::App& program, Action& chosen);
 void addReduce(CLI::App& program, Action& chosen);
 void addRotate(CLI::App& program, Action& chosen);
+void addWarp(CLI::App& program, Action& chosen);
 void addInfo(CLI::App& program, Action& chosen);
 
 // The whole program, from its arguments in UTF-8 to the exit status; every failure is one line on standard error.

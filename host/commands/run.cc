@@ -38,6 +38,7 @@ int run(std::vector<std::string> arguments) {
   addHistogram(program, chosen);
   addReduce(program, chosen);
   addRotate(program, chosen);
+  addWarp(program, chosen);
   addInfo(program, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

@@ -39,13 +39,13 @@ std::string extension(const fs::path& file) {
   return e;
 }
 
-bool startsLikePgm(const fs::path& file) {
-  std::array<char, 2> start{};
+bool startsLike(const fs::path& file, std::string_view magic) {
+  std::array<char, 4> start{};
   std::FILE* stream = openToRead(file);
   if (stream == nullptr) return false;
-  const bool whole = std::fread(start.data(), 1, start.size(), stream) == start.size();
+  const bool whole = std::fread(start.data(), 1, magic.size(), stream) == magic.size();
   std::fclose(stream);
-  return whole && start[0] == 'P' && start[1] == '5';
+  return whole && std::string_view(start.data(), magic.size()) == magic;
 }
 
 RawFormat formatToRead(const fs::path& file) {
@@ -54,7 +54,7 @@ RawFormat formatToRead(const fs::path& file) {
   if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
   if (e == ".raw16") return RawFormat::Raw16;
   if (e == ".raw12") return RawFormat::Raw12;
-  return fs::is_regular_file(file) && startsLikePgm(file) ? RawFormat::Pgm : RawFormat::Camera;
+  return fs::is_regular_file(file) && startsLike(file, "P5") ? RawFormat::Pgm : RawFormat::Camera;
 }
 
 Mosaic readMosaic(const fs::path& file, RawFormat format, const ReadOptions& options) {
@@ -129,6 +129,24 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
   return frame;
 }
 
+Picture readPicture(const fs::path& file) {
+  requireReadable(file);
+  if (startsLike(file, "P5") || startsLike(file, "P6")) return readPnmPicture(file);
+  if (startsLike(file, "\x89PNG")) {
+    requireBuilt(PictureFormat::Png, file);
+#ifdef QUORVEL_HAVE_PNG
+    return readPng(file);
+#endif
+  }
+  if (startsLike(file, "II*") || startsLike(file, "MM")) {
+    requireBuilt(PictureFormat::Tiff, file);
+#ifdef QUORVEL_HAVE_TIFF
+    return readTiffPicture(file);
+#endif
+  }
+  throw DataError(file, "is not a picture that is read: PNG, TIFF, PPM or PGM");
+}
+
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file) {
   const int black = *std::max_element(frame.black.begin(), frame.black.end());
   if (black >= frame.white) throw DataError(file, fmt::format("black, {}, is not below white, {}", black, frame.white));
@@ -149,6 +167,12 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
   if (e == ".tif" || e == ".tiff") return PictureFormat::Tiff;
   if (e == ".ppm" || e == ".pnm") return PictureFormat::Ppm;
   return std::nullopt;
+}
+
+std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels) {
+  const std::string e = extension(file);
+  if (e == (channels == 1 ? ".pgm" : ".ppm")) return PictureFormat::Ppm;
+  return e == ".ppm" ? std::nullopt : pictureFormatToWrite(file);
 }
 
 void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format) {

@@ -35,12 +35,18 @@ struct ReadOptions {
 // Throws DataError, and UsageError where a headerless file comes without its size.
 RawFrame readRawFrame(const fs::path& file, const ReadOptions& options);
 
+// A finished picture, told by its first bytes: PNG, TIFF, PPM or PGM. Throws DataError.
+Picture readPicture(const fs::path& file);
+
 // Throws DataError for levels between which no picture has room.
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file);
 
 // By the extension; nothing for one that is not written.
 std::optional<RawFormat> rawFormatToWrite(const fs::path& file);
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file);
+
+// The same for a picture that may be grey, which no .ppm file is and every .pgm file is.
+std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels);
 
 // Throw DataError where this build lacks the format.
 void requireBuilt(PictureFormat format, const fs::path& file);

@@ -56,11 +56,12 @@ struct Planes {
   std::array<std::vector<std::uint16_t>, 3> colour;
 };
 
-// A picture of interleaved R G B samples of 8 or 16 bits.
+// A picture of interleaved R G B samples, or of grey ones, of 8 or 16 bits.
 struct Picture {
   unsigned width = 0, height = 0;
   unsigned maximum = 255;  // the sample value that means white
   std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>> samples;
+  unsigned channels = 3;  // or 1: grey
 
   bool is16() const { return samples.index() == 1; }
 };

@@ -8,6 +8,8 @@
 
 namespace quorvel::host {
 
+// Grey or colour; transparency is left out.
+Picture readPng(const fs::path& file);
 void writePng(OutputFile& out, const Picture& picture);
 
 }  // namespace quorvel::host

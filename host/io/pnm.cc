@@ -21,8 +21,7 @@ struct Pnm {
 
 bool isSpace(std::uint8_t c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-Pnm readPnm(const fs::path& file, char kind, unsigned samplesPerPixel) {
-  const std::vector<std::uint8_t> bytes = readFile(file);
+Pnm readPnm(const fs::path& file, const std::vector<std::uint8_t>& bytes, char kind) {
   const bool grey = kind == '5';
   if (bytes.size() < 3 || bytes[0] != 'P' || bytes[1] != kind || (!isSpace(bytes[2]) && bytes[2] != '#')) {
     throw DataError(file, fmt::format("is not a binary {} file (P{})", grey ? "PGM" : "PPM", kind));
@@ -56,7 +55,7 @@ Pnm readPnm(const fs::path& file, char kind, unsigned samplesPerPixel) {
   image.width = static_cast<unsigned>(numbers[0]);
   image.height = static_cast<unsigned>(numbers[1]);
   image.maximum = static_cast<unsigned>(numbers[2]);
-  const std::uint64_t count = numbers[0] * numbers[1] * samplesPerPixel, size = image.maximum > 255 ? 2 : 1;
+  const std::uint64_t count = numbers[0] * numbers[1] * (grey ? 1 : 3), size = image.maximum > 255 ? 2 : 1;
   if (bytes.size() - at < count * size) {
     throw DataError(file, fmt::format("is cut short: {} of {} bytes of samples", bytes.size() - at, count * size));
   }
@@ -87,7 +86,7 @@ void writeBigEndian(OutputFile& out, std::span<const std::uint16_t> samples) {
 }  // namespace
 
 Mosaic readPgm(const fs::path& file) {
-  Pnm image = readPnm(file, '5', 1);
+  Pnm image = readPnm(file, readFile(file), '5');
   Mosaic mosaic;
   mosaic.frame.width = image.width;
   mosaic.frame.height = image.height;
@@ -111,7 +110,7 @@ void writePgm(OutputFile& out, const RawFrame& frame) {
 }
 
 Planes readPpm(const fs::path& file) {
-  const Pnm image = readPnm(file, '6', 3);
+  const Pnm image = readPnm(file, readFile(file), '6');
   Planes planes(image.width, image.height);
   for (std::size_t i = 0; i < planes.colour[0].size(); ++i) {
     for (std::size_t c = 0; c < 3; ++c) planes.colour[c][i] = image.samples[3 * i + c];
@@ -119,8 +118,25 @@ Planes readPpm(const fs::path& file) {
   return planes;
 }
 
+Picture readPnmPicture(const fs::path& file) {
+  const std::vector<std::uint8_t> bytes = readFile(file);
+  const bool grey = bytes.size() > 1 && bytes[1] == '5';
+  Pnm image = readPnm(file, bytes, grey ? '5' : '6');
+  Picture picture{image.width, image.height, image.maximum, std::vector<std::uint8_t>(), grey ? 1u : 3u};
+  if (image.maximum > 255) {
+    picture.samples = std::move(image.samples);
+  } else {
+    auto& samples = std::get<std::vector<std::uint8_t>>(picture.samples);
+    samples.resize(image.samples.size());
+    std::transform(image.samples.begin(), image.samples.end(), samples.begin(),
+                   [](std::uint16_t v) { return static_cast<std::uint8_t>(v); });
+  }
+  return picture;
+}
+
 void writePpm(OutputFile& out, const Picture& picture) {
-  const std::string header = fmt::format("P6\n{} {}\n{}\n", picture.width, picture.height, picture.maximum);
+  const std::string header =
+      fmt::format("P{}\n{} {}\n{}\n", picture.channels == 1 ? 5 : 6, picture.width, picture.height, picture.maximum);
   out.write(header.data(), header.size());
   if (const auto* words = std::get_if<std::vector<std::uint16_t>>(&picture.samples)) {
     writeBigEndian(out, *words);

@@ -91,56 +91,103 @@ T field(TIFF* tiff, ttag_t tag, T otherwise) {
   return TIFFGetFieldDefaulted(tiff, tag, &value) == 1 ? value : otherwise;
 }
 
+// What is common to the images that are read: strips of unsigned samples of 8 or 16 bits.
+struct Image {
+  Tiff tiff;
+  std::uint32_t width, height;
+  std::uint16_t channels, bits, photometric;
+};
+
+Image openImage(const fs::path& path) {
+  requireReadable(path);
+  keepQuiet();
+  Tiff tiff{TIFFOpen(path.string().c_str(), "r")};
+  if (!tiff) throw DataError(path, withComplaint("is not a TIFF file that can be read"));
+  TIFF* t = tiff.get();
+  Image image{std::move(tiff),
+              field<std::uint32_t>(t, TIFFTAG_IMAGEWIDTH, 0),
+              field<std::uint32_t>(t, TIFFTAG_IMAGELENGTH, 0),
+              field<std::uint16_t>(t, TIFFTAG_SAMPLESPERPIXEL, 1),
+              field<std::uint16_t>(t, TIFFTAG_BITSPERSAMPLE, 1),
+              field<std::uint16_t>(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK)};
+  if (!sizeIsSane(image.width, image.height)) {
+    throw DataError(path,
+                    fmt::format("claims a size of {} x {}, which cannot be worked on", image.width, image.height));
+  }
+  const auto format = field<std::uint16_t>(t, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+  if ((image.bits != 8 && image.bits != 16) || format != SAMPLEFORMAT_UINT) {
+    throw DataError(
+        path, fmt::format("holds samples of {} bits of a kind that is not read (unsigned, 8 or 16 bits)", image.bits));
+  }
+  if (TIFFIsTiled(t)) throw DataError(path, "is stored in tiles, which are not read");
+  return image;
+}
+
+// Calls take(row, bytes) for each row; libtiff hands out words in the machine's order.
+template <typename Take>
+void readRows(const fs::path& path, const Image& image, Take take) {
+  std::vector<std::uint8_t> row(static_cast<std::size_t>(TIFFScanlineSize(image.tiff.get())));
+  for (unsigned y = 0; y < image.height; ++y) {
+    if (TIFFReadScanline(image.tiff.get(), row.data(), y) != 1) {
+      throw DataError(path, withComplaint("is cut short or damaged"));
+    }
+    take(y, row);
+  }
+}
+
 }  // namespace
 
 Mosaic readTiff(const fs::path& path) {
-  requireReadable(path);
-  keepQuiet();
-  const Tiff tiff{TIFFOpen(path.string().c_str(), "r")};
-  if (!tiff) throw DataError(path, withComplaint("is not a TIFF file that can be read"));
-  const auto width = field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0);
-  const auto height = field<std::uint32_t>(tiff.get(), TIFFTAG_IMAGELENGTH, 0);
-  const auto channels = field<std::uint16_t>(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
-  const auto bits = field<std::uint16_t>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
-  const auto format = field<std::uint16_t>(tiff.get(), TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
-  const auto photometric = field<std::uint16_t>(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-  if (!sizeIsSane(width, height)) {
-    throw DataError(path, fmt::format("claims a size of {} x {}, which cannot be worked on", width, height));
+  const Image image = openImage(path);
+  if (image.channels != 1) {
+    throw DataError(path, fmt::format("holds {} samples a pixel; a mosaic has one", image.channels));
   }
-  if (channels != 1) throw DataError(path, fmt::format("holds {} samples a pixel; a mosaic has one", channels));
-  if ((bits != 8 && bits != 16) || format != SAMPLEFORMAT_UINT) {
-    throw DataError(path,
-                    fmt::format("holds samples of {} bits of a kind that is not read (unsigned, 8 or 16 bits)", bits));
-  }
-  if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_CFA) {
+  if (image.photometric != PHOTOMETRIC_MINISBLACK && image.photometric != PHOTOMETRIC_CFA) {
     throw DataError(path, "is neither grey nor marked as a colour filter mosaic");
   }
-  if (TIFFIsTiled(tiff.get())) throw DataError(path, "is stored in tiles, which are not read");
-
   Mosaic mosaic;
   RawFrame& frame = mosaic.frame;
-  frame.width = width;
-  frame.height = height;
-  frame.samples.resize(std::size_t{width} * height);
-  std::vector<std::uint8_t> row(static_cast<std::size_t>(TIFFScanlineSize(tiff.get())));
-  for (unsigned y = 0; y < height; ++y) {
-    if (TIFFReadScanline(tiff.get(), row.data(), y) != 1) {
-      throw DataError(path, withComplaint("is cut short or damaged"));
-    }
-    std::uint16_t* to = frame.samples.data() + std::size_t{y} * width;
-    if (bits == 8) {
-      std::copy(row.begin(), row.begin() + width, to);
+  frame.width = image.width;
+  frame.height = image.height;
+  frame.samples.resize(std::size_t{frame.width} * frame.height);
+  readRows(path, image, [&](std::size_t y, const auto& row) {
+    std::uint16_t* to = frame.samples.data() + y * frame.width;
+    if (image.bits == 8) {
+      std::copy(row.begin(), row.begin() + frame.width, to);
     } else {
-      std::memcpy(to, row.data(), std::size_t{2} * width);  // libtiff hands out words in the machine's order
+      std::memcpy(to, row.data(), std::size_t{2} * frame.width);
     }
-  }
+  });
   const char* description = nullptr;
   const bool described =
-      TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) == 1 && description != nullptr;
+      TIFFGetField(image.tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) == 1 && description != nullptr;
   if (!described || !applyNotes(description, mosaic, path)) {
-    frame.white = bits == 8 ? 255 : whiteOfSamples(frame.samples);
+    frame.white = image.bits == 8 ? 255 : whiteOfSamples(frame.samples);
   }
   return mosaic;
+}
+
+Picture readTiffPicture(const fs::path& path) {
+  const Image image = openImage(path);
+  const bool grey = image.channels == 1 && image.photometric == PHOTOMETRIC_MINISBLACK;
+  const bool colour = image.channels == 3 && image.photometric == PHOTOMETRIC_RGB;
+  if (!grey && !colour) throw DataError(path, "is neither grey nor of red, green and blue samples");
+  if (colour && field<std::uint16_t>(image.tiff.get(), TIFFTAG_PLANARCONFIG, 0) != PLANARCONFIG_CONTIG) {
+    throw DataError(path, "is stored in planes, which are not read");
+  }
+  const bool is16 = image.bits == 16;
+  const std::size_t rowSamples = std::size_t{image.width} * image.channels, samples = rowSamples * image.height;
+  Picture picture{image.width, image.height, is16 ? 65535u : 255u, std::vector<std::uint8_t>(), image.channels};
+  if (is16) picture.samples = std::vector<std::uint16_t>();
+  std::visit(
+      [&](auto& to) {
+        to.resize(samples);
+        readRows(path, image, [&](std::size_t y, const auto& row) {
+          std::memcpy(to.data() + y * rowSamples, row.data(), rowSamples * sizeof(to[0]));
+        });
+      },
+      picture.samples);
+  return picture;
 }
 
 void writeTiff(OutputFile& out, const RawFrame& frame) {
@@ -150,7 +197,7 @@ void writeTiff(OutputFile& out, const RawFrame& frame) {
 void writeTiff(OutputFile& out, const Picture& picture) {
   std::visit(
       [&](const auto& samples) {
-        writeImage(out, picture.width, picture.height, 3, 8 * sizeof(samples[0]), samples.data(), "");
+        writeImage(out, picture.width, picture.height, picture.channels, 8 * sizeof(samples[0]), samples.data(), "");
       },
       picture.samples);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// TIFF: mosaics of one sample a pixel with notes in the image description, and RGB pictures.
+// TIFF: mosaics of one sample a pixel with notes in the image description, and grey or RGB
+// pictures.
 #ifndef QUORVEL_HOST_IO_TIFF_H_
 #define QUORVEL_HOST_IO_TIFF_H_
 
@@ -9,6 +10,7 @@
 namespace quorvel::host {
 
 Mosaic readTiff(const fs::path& file);
+Picture readTiffPicture(const fs::path& file);
 void writeTiff(OutputFile& out, const RawFrame& frame);
 void writeTiff(OutputFile& out, const Picture& picture);
 

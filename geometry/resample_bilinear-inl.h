@@ -1,0 +1,364 @@
+// SPDX-License-Identifier: Apache-2.0
+// The one kernel behind all bilinear resampling. A lane is a pixel. It holds the left and right sample of the upper row
+// in the halves of a 32-bit word, those of the lower row in another, and their weights likewise; how both are combined
+// is what the members of the family differ in.
+//
+// The samples come by one of two ways. Where x moves by at most two samples a pixel and the pixels of a vector lie in
+// two rows at most, the samples of a vector are a short piece of three rows, which is loaded and sorted in registers.
+// Everywhere else they are gathered. The weights are products of the phases, computed in the lanes.
+
+// Per-target include guard: the file is read again for every target.
+#if defined(QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_
+#undef QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_
+#else
+#define QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_
+#endif
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include <hwy/highway.h>
+
+#include "geometry/resample_bilinear.h"
+#include "simd/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace quorvel {
+namespace HWY_NAMESPACE {
+
+using Lanes32 = hn::ScalableTag<std::int32_t>;
+using Words32 = hn::Vec<Lanes32>;
+
+struct Rows {
+  Words32 top, bottom;
+};
+
+// Operations on the halves of words, as vectors of twice the lanes. The vectors of one lane have no halves and are
+// taken apart.
+#if HWY_TARGET == HWY_SCALAR
+template <typename Half>
+using HalvesTag = hn::CappedTag<Half, 1>;
+#else
+template <typename Half>
+using HalvesTag = hn::Repartition<Half, Lanes32>;
+#endif
+
+template <typename Half, typename Op>
+HWY_INLINE Words32 onHalves(Words32 a, Words32 b, Op&& op) {
+  const HalvesTag<Half> d16;
+#if HWY_TARGET == HWY_SCALAR
+  const auto half = [=](int shift) HWY_ATTR {
+    const auto part = [=](Words32 v) HWY_ATTR { return hn::Set(d16, static_cast<Half>(hn::GetLane(v) >> shift)); };
+    return static_cast<std::uint32_t>(static_cast<std::uint16_t>(hn::GetLane(op(part(a), part(b))))) << shift;
+  };
+  return hn::Set(Lanes32(), static_cast<std::int32_t>(half(0) | half(16)));
+#else
+  return hn::BitCast(Lanes32(), op(hn::BitCast(d16, a), hn::BitCast(d16, b)));
+#endif
+}
+
+HWY_INLINE Words32 mulHalves(Words32 a, Words32 b) {
+  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Mul(x, y); });
+}
+HWY_INLINE Words32 addHalves(Words32 a, Words32 b) {
+  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Add(x, y); });
+}
+HWY_INLINE Words32 subHalves(Words32 a, Words32 b) {
+  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Sub(x, y); });
+}
+HWY_INLINE Words32 saturatedAddHalves(Words32 a, Words32 b) {
+  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::SaturatedAdd(x, y); });
+}
+HWY_INLINE Words32 minHalves(Words32 a, Words32 b) {
+  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Min(x, y); });
+}
+template <typename Half>
+HWY_INLINE Words32 mulHighHalves(Words32 a, Words32 b) {
+  return onHalves<Half>(a, b, [](auto x, auto y) HWY_ATTR { return hn::MulHigh(x, y); });
+}
+
+// The two products of each word's halves, summed.
+HWY_INLINE Words32 sumOfProducts(Words32 a, Words32 b) {
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR  // where the order that Highway leaves open is that of the pairs
+  const Lanes32 d;
+  const HalvesTag<std::int16_t> d16;
+  Words32 other = hn::Zero(d);
+  return hn::ReorderWidenMulAccumulate(d, hn::BitCast(d16, a), hn::BitCast(d16, b), hn::Zero(d), other);
+#else
+  const auto low = [](Words32 v) HWY_ATTR { return hn::ShiftRight<16>(hn::ShiftLeft<16>(v)); };
+  return hn::Add(hn::Mul(low(a), low(b)), hn::Mul(hn::ShiftRight<16>(a), hn::ShiftRight<16>(b)));
+#endif
+}
+
+// A row's weights for the left and right sample, 32768 in all four, before the largest is limited: no other reaches it.
+HWY_INLINE Rows phaseWeights(Words32 x, Words32 y) {
+  const Lanes32 d;
+  const Words32 right = hn::And(hn::ShiftRight<5>(x), hn::Set(d, 15 << 7));  // 128 * phase
+  const Words32 across = hn::Add(hn::ShiftLeft<16>(right), hn::Sub(hn::Set(d, 16 << 7), right));
+  const Words32 upper = hn::Sub(hn::Set(d, 16), hn::And(hn::ShiftRight<12>(y), hn::Set(d, 15)));
+  const Words32 top = mulHalves(across, hn::Or(upper, hn::ShiftLeft<16>(upper)));
+  return {top, subHalves(hn::ShiftLeft<4>(across), top)};  // no half overflows but by its own top bit
+}
+
+HWY_INLINE Rows signedWeights(Words32 x, Words32 y, const std::int16_t* bent) {
+  const Lanes32 d;
+  if (HWY_LIKELY(bent == nullptr)) {
+    const Rows weights = phaseWeights(x, y);
+    return {minHalves(weights.top, hn::Set(d, 0x7FFF7FFF)), weights.bottom};
+  }
+  const auto* pairs = reinterpret_cast<const std::int32_t*>(bent);
+  const Words32 entry =
+      hn::Or(hn::And(hn::ShiftRight<11>(x), hn::Set(d, 15 << 1)), hn::And(hn::ShiftRight<7>(y), hn::Set(d, 15 << 5)));
+  return {hn::GatherIndex(d, pairs, entry), hn::GatherIndex(d, pairs, hn::Add(entry, hn::Set(d, 1)))};
+}
+
+// Twice the result, without the last shift.
+HWY_INLINE Words32 doubled(const Rows& samples, const Rows& weights) {
+  return hn::Add(hn::ShiftRight<14>(sumOfProducts(samples.top, weights.top)),
+                 hn::ShiftRight<14>(sumOfProducts(samples.bottom, weights.bottom)));
+}
+
+// The members. `combine` gives a result a lane.
+struct Truncated8 {
+  using In = std::uint8_t;
+  using Out = std::uint8_t;
+  static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t* bent) {
+    return hn::ShiftRight<1>(doubled(samples, signedWeights(x, y, bent)));
+  }
+};
+struct Rounded16 {
+  using In = std::uint16_t;
+  using Out = std::uint16_t;
+  static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t* bent) {
+    const Lanes32 d;
+    const Words32 twice = hn::Add(doubled(samples, signedWeights(x, y, bent)), hn::Set(d, 1));
+    return hn::ShiftRight<1>(hn::Min(twice, hn::Set(d, 32767)));
+  }
+};
+// Sums of four upper halves, in the lower half of a word.
+HWY_INLINE Words32 sumOfHalves(Words32 top, Words32 bottom) {
+  const Words32 sum = addHalves(top, bottom);
+  return hn::And(hn::Add(sum, hn::ShiftRight<16>(sum)), hn::Set(Lanes32(), 0xFFFF));
+}
+struct SignedLine16 {
+  using In = std::uint16_t;
+  using Out = std::uint16_t;
+  static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t* bent) {
+    const Rows weights = signedWeights(x, y, bent);
+    return sumOfHalves(mulHighHalves<std::int16_t>(addHalves(samples.top, samples.top), weights.top),
+                       mulHighHalves<std::int16_t>(addHalves(samples.bottom, samples.bottom), weights.bottom));
+  }
+};
+struct UnsignedLine16 {
+  using In = std::uint16_t;
+  using Out = std::uint16_t;
+  static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t*) {
+    const Rows weights = phaseWeights(x, y);  // in all 65536 once they are doubled, the largest at most 65535
+    return sumOfHalves(mulHighHalves<std::uint16_t>(samples.top, saturatedAddHalves(weights.top, weights.top)),
+                       mulHighHalves<std::uint16_t>(samples.bottom, addHalves(weights.bottom, weights.bottom)));
+  }
+};
+
+HWY_INLINE void storeResults(Words32 results, std::uint8_t* dst) {
+  const hn::Rebind<std::uint8_t, Lanes32> d8;
+  hn::StoreU(hn::DemoteTo(d8, results), d8, dst);
+}
+HWY_INLINE void storeResults(Words32 results, std::uint16_t* dst) {
+  const hn::Rebind<std::uint16_t, Lanes32> d16;
+  hn::StoreU(hn::TruncateTo(d16, hn::BitCast(hn::RebindToUnsigned<Lanes32>(), results)), d16, dst);
+}
+
+// The pairs of samples at the given distances, in bytes, from one place in the upper and one in the lower row. Both
+// places are a multiple of 8 bytes apart.
+HWY_INLINE Rows gatherPairs(const std::uint16_t*, const std::uint8_t* top, const std::uint8_t* bottom, Words32 fromTop,
+                            Words32 fromBottom) {
+  const Lanes32 d;  // a word is the pair itself
+  return {hn::GatherOffset(d, reinterpret_cast<const std::int32_t*>(top), fromTop),
+          hn::GatherOffset(d, reinterpret_cast<const std::int32_t*>(bottom), fromBottom)};
+}
+
+#if HWY_ARCH_X86 && HWY_MAX_BYTES >= 32 && HWY_TARGET != HWY_SCALAR
+
+// A word has two bytes more than a pair. They come from the aligned word in which the pair begins, or where the pair
+// ends in the next one, from before it: no word reaches into a page that its pair does not touch.
+HWY_INLINE Rows gatherPairs(const std::uint8_t*, const std::uint8_t* top, const std::uint8_t* bottom, Words32 fromTop,
+                            Words32 fromBottom) {
+  const Lanes32 d;
+  const hn::Repartition<std::uint8_t, Lanes32> d8;
+  const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(top) & 3;
+  const Words32 place = hn::Add(fromTop, hn::Set(d, static_cast<std::int32_t>(beyond)));
+  const Words32 skipped = hn::Min(hn::And(place, hn::Set(d, 3)), hn::Set(d, 2));
+  // Of each word's bytes `skipped` and the next, with a zero behind either; words are counted within 16 bytes.
+  const Words32 words = hn::ShiftLeft<2>(hn::And(hn::Iota(d, 0), hn::Set(d, 3)));
+  const Words32 first = hn::Add(words, skipped);
+  const Words32 order =
+      hn::Add(hn::Or(first, hn::ShiftLeft<16>(first)), hn::Set(d, static_cast<std::int32_t>(0x80018000)));
+  const auto pairs = [=](const std::uint8_t* row, Words32 from) HWY_ATTR {
+    const Words32 found = hn::GatherOffset(d, reinterpret_cast<const std::int32_t*>(row), hn::Sub(from, skipped));
+    return hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, found), hn::BitCast(d8, order)));
+  };
+  return {pairs(top, fromTop), pairs(bottom, fromBottom)};
+}
+
+#else
+
+HWY_INLINE Rows gatherPairs(const std::uint8_t*, const std::uint8_t* top, const std::uint8_t* bottom, Words32 fromTop,
+                            Words32 fromBottom) {
+  const Lanes32 d;
+  const auto pairs = [=](const std::uint8_t* row, Words32 from) HWY_ATTR {
+    HWY_ALIGN std::int32_t lanes[hn::MaxLanes(Lanes32())];
+    hn::Store(from, d, lanes);
+    for (std::size_t i = 0; i < hn::Lanes(d); ++i) {
+      const std::uint8_t* const at = row + lanes[i];
+      lanes[i] = at[0] | at[1] << 16;
+    }
+    return hn::Load(d, lanes);
+  };
+  return {pairs(top, fromTop), pairs(bottom, fromBottom)};
+}
+
+#endif
+
+inline constexpr std::size_t kPageBytes = 4096;
+
+#if HWY_TARGET != HWY_SCALAR
+
+// Words of the pairs of samples that begin at every second sample of a row, from its first or second one on.
+HWY_INLINE Words32 everySecondPair(const std::uint16_t* row) {
+  return hn::BitCast(Lanes32(), hn::LoadU(hn::Repartition<std::uint16_t, Lanes32>(), row));
+}
+HWY_INLINE Words32 everySecondPair(const std::uint8_t* row) {
+  const hn::Repartition<std::uint16_t, Lanes32> d16;
+  return hn::BitCast(Lanes32(), hn::PromoteTo(d16, hn::LoadU(hn::Rebind<std::uint8_t, decltype(d16)>(), row)));
+}
+
+// Sorts the pairs of the vector at `at` out of pieces of rows, in columns lowest..lowest + 2N; false, with nothing
+// done, where the pieces might touch a page that no pair touches, or leave the columns up to `lastColumn`.
+template <typename In>
+HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, int columnMask, int lastColumn,
+                          Rows& pairs) {
+  const Lanes32 d;
+  constexpr int kLanes = static_cast<int>(hn::MaxLanes(Lanes32()));
+  constexpr std::size_t kPieceBytes = (2 * kLanes + 1) * sizeof(In);
+  const Position end = at + line.step * (kLanes - 1);
+  const int lowest = std::min(wholePart(at.x) & columnMask, wholePart(end.x) & columnMask);
+  const int firstRow = std::min(wholePart(at.y), wholePart(end.y));
+  const bool oneRow = wholePart(at.y) == wholePart(end.y);
+  const auto piece = [=, &line](int row) { return reinterpret_cast<const In*>(line.row(row)) + lowest; };
+  const In* const first = piece(firstRow);
+  const In* const second = piece(firstRow + 1);
+  const In* const third = oneRow ? second : piece(firstRow + 2);
+  const auto crosses = [](const In* p) {
+    return (reinterpret_cast<std::uintptr_t>(p) & (kPageBytes - 1)) > kPageBytes - kPieceBytes;
+  };
+  if (HWY_UNLIKELY((lowest + 2 * kLanes > lastColumn) | crosses(first) | crosses(second) | crosses(third)))
+    return false;
+
+  const Words32 column = hn::Sub(hn::And(hn::ShiftRight<16>(x), hn::Set(d, columnMask)), hn::Set(d, lowest));
+  const auto word = hn::IndicesFromVec(d, hn::ShiftRight<1>(column));
+  const auto odd = hn::Ne(hn::And(column, hn::Set(d, 1)), hn::Zero(d));
+  const auto pick = [=](const In* row) HWY_ATTR {
+    return hn::IfThenElse(odd, hn::TableLookupLanes(everySecondPair(row + 1), word),
+                          hn::TableLookupLanes(everySecondPair(row), word));
+  };
+  const auto lower = hn::Gt(hn::ShiftRight<16>(y), hn::Set(d, firstRow));
+  const Words32 middle = pick(second);
+  pairs.top = hn::IfThenElse(lower, middle, pick(first));
+  pairs.bottom = hn::IfThenElse(lower, pick(third), middle);
+  return true;
+}
+
+#endif
+
+// `count` pixels of a line whose rows can be addressed from its first pixel's in 32 bits.
+template <class Member>
+HWY_INLINE void bilinearRun(const Line& line, const BilinearOptions& options, std::size_t count,
+                            typename Member::Out* HWY_RESTRICT dst) {
+  using In = typename Member::In;
+  using Out = typename Member::Out;
+  const Lanes32 d;
+  const std::size_t lanes = hn::Lanes(d);
+  const int rowMask = line.rowMask, columnMask = options.columnMask;
+  const int firstRow = wholePart(line.at.y), firstColumn = wholePart(line.at.x) & columnMask;
+  const auto place = [=, &line](int row) { return line.row(row) + firstColumn * std::ptrdiff_t{sizeof(In)}; };
+  const std::uint8_t* const top = place(firstRow);
+  const std::uint8_t* const bottom = place(firstRow + 1);
+  const auto set = [d](std::uint32_t v) HWY_ATTR { return hn::Set(d, static_cast<std::int32_t>(v)); };
+  const Words32 pitch = hn::Set(d, static_cast<std::int32_t>(line.pitch));
+  const Words32 pixel = hn::Iota(d, 0);
+  Words32 xSteps = hn::Mul(pixel, set(line.step.x)), ySteps = hn::Mul(pixel, set(line.step.y));
+
+#if HWY_TARGET != HWY_SCALAR
+  const auto stepX = static_cast<std::int32_t>(line.step.x), stepY = static_cast<std::int32_t>(line.step.y);
+  const std::int64_t beginX = columnMask < 0 ? static_cast<std::int32_t>(line.at.x) : std::int64_t{line.at.x};
+  const std::int64_t endX = beginX + static_cast<std::int64_t>(count - 1) * stepX;
+  const std::int64_t lastColumn = (std::max(beginX, endX) >> 16) + 1;
+  const bool wraps = (endX >> 16) != (wholePart((line.at + line.step * (count - 1)).x) & columnMask);
+  const bool sorts = !wraps && std::abs(std::int64_t{stepX}) <= 2 << 16 &&
+                     std::abs(std::int64_t{stepY}) * static_cast<std::int64_t>(lanes - 1) <= 1 << 16;
+#endif
+
+  Position at = line.at;
+  const Position step = line.step * lanes;
+  for (std::size_t i = 0; i < count; i += lanes, at += step) {
+    const std::size_t left = count - i;
+    if (HWY_UNLIKELY(left < lanes)) {  // lanes past the end repeat the last pixel, and so touch nothing else
+      const Words32 used = hn::Min(pixel, hn::Set(d, static_cast<std::int32_t>(left - 1)));
+      xSteps = hn::Mul(used, set(line.step.x));
+      ySteps = hn::Mul(used, set(line.step.y));
+    }
+    const Words32 x = hn::Add(set(at.x), xSteps), y = hn::Add(set(at.y), ySteps);
+    Rows pairs;
+#if HWY_TARGET != HWY_SCALAR
+    const bool sorted =
+        sorts && left >= lanes && sortPairs<In>(line, at, x, y, columnMask, static_cast<int>(lastColumn), pairs);
+#else
+    constexpr bool sorted = false;
+#endif
+    if (!sorted) {
+      const Words32 column = hn::And(hn::ShiftRight<16>(x), hn::Set(d, columnMask)), row = hn::ShiftRight<16>(y);
+      const Words32 across = hn::ShiftLeft<sizeof(In) / 2>(hn::Sub(column, hn::Set(d, firstColumn)));
+      const auto from = [=](Words32 rows, int first) HWY_ATTR {
+        const Words32 down = hn::Sub(hn::And(rows, hn::Set(d, rowMask)), hn::Set(d, first & rowMask));
+        return hn::Add(hn::Mul(down, pitch), across);
+      };
+      pairs = gatherPairs(static_cast<const In*>(nullptr), top, bottom, from(row, firstRow),
+                          from(hn::Add(row, hn::Set(d, 1)), firstRow + 1));
+    }
+    const Words32 results = Member::combine(pairs, x, y, options.bentWeights);
+    if (HWY_LIKELY(left >= lanes)) {
+      storeResults(results, dst + i);
+    } else {
+      Out last[hn::MaxLanes(Lanes32())];
+      storeResults(results, last);
+      std::memcpy(dst + i, last, left * sizeof(Out));
+    }
+  }
+}
+
+template <class Member>
+HWY_INLINE void bilinearLine(Line line, const BilinearOptions& options, std::size_t count, typename Member::Out* dst) {
+  while (count > 0) {
+    // Distances within a run are below 2^31: those along a row are below 2^18.
+    const auto reaches = [&line](std::size_t n) {
+      const RowSpan rows(line, n, 0, 1);
+      if (rows.apart && line.rowMask < 0) return false;
+      const std::int64_t distance = rows.apart ? line.rowMask : rows.last - 1 - rows.first;
+      return distance * std::abs(std::int64_t{line.pitch}) < (std::int64_t{1} << 31) - (1 << 18);
+    };
+    std::size_t run = std::min(count, kBilinearRun);
+    if (!reaches(run)) run = 1;
+    bilinearRun<Member>(line, options, run, dst);
+    line.at += line.step * run;
+    dst += run;
+    count -= run;
+  }
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace quorvel
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// How an output raster is walked: rows, and runs of pixels short enough for their source to be addressed in 32 bits.
+#ifndef QUORVEL_GEOMETRY_RESAMPLE_WALK_H_
+#define QUORVEL_GEOMETRY_RESAMPLE_WALK_H_
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace quorvel {
+
+// A position and its step, 16.16, modulo 2^32.
+struct Position {
+  std::uint32_t x, y;
+  Position& operator+=(const Position& step) {
+    x += step.x;
+    y += step.y;
+    return *this;
+  }
+};
+inline Position operator*(const Position& step, std::size_t n) {
+  const auto times = static_cast<std::uint32_t>(n);
+  return {step.x * times, step.y * times};
+}
+inline Position operator+(Position position, const Position& step) { return position += step; }
+inline int wholePart(std::uint32_t position) { return static_cast<std::int32_t>(position) >> 16; }
+
+// The pixels of one output row, or some of them, and the source that they are made from.
+struct Line {
+  const std::uint8_t* src;
+  std::ptrdiff_t pitch;  // in bytes
+  int rowMask;           // of a ring, -1 where there is none
+  Position at, step;
+
+  const std::uint8_t* row(int y) const { return src + (y & rowMask) * pitch; }
+};
+
+inline constexpr int kBadPitch = -2, kUnhandledMethod = -3;
+inline int ringMask(int rows) { return rows > 0 ? rows - 1 : -1; }
+
+// The arguments that all entry points have in common.
+template <typename In, typename Out>
+struct Mapping {
+  const In* src;
+  int x, y, dxColumn, dyColumn, dxRow, dyRow, ddx, ddy;
+  unsigned srcPitch;
+  int srcRows;
+  Out* dst;
+  unsigned width;
+  int rows, dstPitch;
+
+  // Calls body(line, dst) for every output row.
+  template <typename Body>
+  void forRows(Body&& body) const {
+    const auto position = [](int px, int py) {
+      return Position{static_cast<std::uint32_t>(px), static_cast<std::uint32_t>(py)};
+    };
+    Line line = {reinterpret_cast<const std::uint8_t*>(src), static_cast<std::ptrdiff_t>(srcPitch), ringMask(srcRows),
+                 position(x, y) * 4096, position(dxColumn, dyColumn)};
+    const Position nextRow = position(dxRow, dyRow), nextStep = position(ddx, ddy);
+    Out* out = dst;
+    for (int j = 0; j < rows; ++j, out += dstPitch) {
+      body(line, out);
+      line.at += nextRow;
+      line.step += nextStep;
+    }
+  }
+};
+
+// Where y is after n - 1 steps, without the wrap.
+inline std::int64_t lastY(const Line& line, std::size_t n) {
+  return static_cast<std::int32_t>(line.at.y) +
+         static_cast<std::int64_t>(n - 1) * static_cast<std::int32_t>(line.step.y);
+}
+
+// The rows of n pixels, `above` and `below` more included; `apart` where they are not one block of rows, because y
+// wraps or the ring ends in between.
+struct RowSpan {
+  std::int64_t first, last;
+  bool apart;
+
+  RowSpan(const Line& line, std::size_t n, int above, int below) {
+    const std::int64_t end = lastY(line, n), begin = static_cast<std::int32_t>(line.at.y);
+    first = (std::min(begin, end) >> 16) - above;
+    last = (std::max(begin, end) >> 16) + below;
+    const bool wraps = end != static_cast<std::int32_t>(end);
+    apart = wraps || ((first ^ last) & ~static_cast<std::int64_t>(line.rowMask)) != 0;
+  }
+};
+
+}  // namespace quorvel
+
+#endif  // QUORVEL_GEOMETRY_RESAMPLE_WALK_H_
