@@ -2,6 +2,8 @@
 // What an entropy coder wants to know of coefficients: their classes, their largest, and how many are zero.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "codec/coefficients.cc"
+#include <array>
+
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -33,7 +35,7 @@ void classify(const std::int16_t* HWY_RESTRICT coefs, std::uint8_t* HWY_RESTRICT
   for (std::size_t i = 0; i < 64; i += hn::Lanes(d)) {
     const auto value = magnitudes(d, coefs + i);
     auto count = hn::Zero(d);
-    for (const std::uint16_t bound : {1, 3, 131}) {
+    for (const std::uint16_t bound : std::array<std::uint16_t, 3>{1, 3, 131}) {
       const auto reached = hn::Eq(hn::Max(value, hn::Set(d, bound)), value);
       count = hn::Sub(count, hn::VecFromMask(d, reached));  // a mask's lanes are -1
     }

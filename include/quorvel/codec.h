@@ -7,6 +7,7 @@
 #ifndef QUORVEL_CODEC_H_
 #define QUORVEL_CODEC_H_
 
+#include <quorvel/huffman.h>
 #include <quorvel/types.h>
 
 extern "C" {

@@ -9,7 +9,6 @@
 #include <quorvel/errors.h>
 #include <quorvel/geometry.h>
 #include <quorvel/guards.h>
-#include <quorvel/huffman.h>
 #include <quorvel/matrices.h>
 #include <quorvel/numerics.h>
 #include <quorvel/pixel.h>

@@ -111,6 +111,7 @@ void addPixel(Routines& routines);
 void addBayer(Routines& routines);
 void addGeometry(Routines& routines);
 void addNumerics(Routines& routines);
+void addCodec(Routines& routines);
 void addHuffman(Routines& routines);
 
 }  // namespace quorvel::test

@@ -57,6 +57,7 @@ Routines allRoutines() {
            addPixel,
            addBayer,
            addGeometry,
+           addCodec,
            addHuffman,
            addNumerics,
        }) {
