@@ -22,7 +22,8 @@ build_and_test() {
 case ${1:-} in
   "")
     bash scripts/setup.sh
-    build_and_test release
+    lapack=$(bash scripts/lapack.sh)
+    build_and_test release -DQUORVEL_LAPACK_SOURCE="$lapack"
     ;;
   --windows)
     bash scripts/setup.sh windows

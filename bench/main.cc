@@ -70,9 +70,16 @@ int main(int argc, char** argv) {
   quorvel::bench::registerBayerCalibrationContests();
   quorvel::bench::registerBayerReductionContests();
   quorvel::bench::registerBayerPlanesContests();
+  quorvel::bench::registerDctContests();
+  quorvel::bench::registerGeometryResampleContests();
+  quorvel::bench::registerGeometryMappingContests();
+  quorvel::bench::registerColourContests();
   quorvel::bench::registerGeometryTileContests();
   quorvel::bench::registerNumericsContests();
   quorvel::bench::registerHuffmanContests();
+#ifdef QUORVEL_BENCH_HOST
+  quorvel::bench::registerJpegContests();
+#endif
   benchmark::Initialize(&count, pointers.data());
   if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 2;
   std::printf("quorvel %s on %s, frame %u x %u, one thread\n", quorvelVersion(), quorvelSimdTarget(),

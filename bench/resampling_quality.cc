@@ -85,8 +85,8 @@ std::vector<Contestant> contestants() {
     all.push_back({cubic ? "OpenCV cubic" : "OpenCV bilinear", [cubic](const Picture& p, double degrees) {
                      const auto m = turn(degrees, 0.5);
                      Picture made = p;
-                     made.samples = quorvel::bench::opencvWarp(std::get<Bytes>(p.samples), kSide, kSide, p.channels,
-                                                               {m[0], m[1], m[2], m[3], m[4], m[5]}, cubic);
+                     made.samples = quorvel::bench::opencvWarpPicture(std::get<Bytes>(p.samples), kSide, kSide,
+                                                                      p.channels, m.data(), cubic);
                      return made;
                    }});
   }

@@ -5,7 +5,9 @@
 //
 // The samples come by one of two ways. Where x moves by at most two samples a pixel and the pixels of a vector lie in
 // two rows at most, the samples of a vector are a short piece of three rows, which is loaded and sorted in registers.
-// Everywhere else they are gathered. The weights are products of the phases, computed in the lanes.
+// Everywhere else they are gathered. Where gathers are fast, the two ways measured within a sixth of each other
+// (sorting ahead with 512-bit vectors and level lines, behind with 256-bit ones); only gathers depend on a processor's
+// microcode. The weights are products of the phases, computed in the lanes.
 
 // Per-target include guard: the file is read again for every target.
 #if defined(QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -245,7 +247,8 @@ HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, i
   const Position end = at + line.step * (kLanes - 1);
   const int lowest = std::min(wholePart(at.x) & columnMask, wholePart(end.x) & columnMask);
   const int firstRow = std::min(wholePart(at.y), wholePart(end.y));
-  const bool oneRow = wholePart(at.y) == wholePart(end.y);
+  const int otherRows = std::max(wholePart(at.y), wholePart(end.y)) - firstRow;  // 0 or 1, but where y wraps
+  const bool oneRow = otherRows == 0;
   const auto piece = [=, &line](int row) { return reinterpret_cast<const In*>(line.row(row)) + lowest; };
   const In* const first = piece(firstRow);
   const In* const second = piece(firstRow + 1);
@@ -253,7 +256,8 @@ HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, i
   const auto crosses = [](const In* p) {
     return (reinterpret_cast<std::uintptr_t>(p) & (kPageBytes - 1)) > kPageBytes - kPieceBytes;
   };
-  if (HWY_UNLIKELY((lowest + 2 * kLanes > lastColumn) | crosses(first) | crosses(second) | crosses(third)))
+  if (HWY_UNLIKELY((otherRows > 1) | (lowest + 2 * kLanes > lastColumn) | crosses(first) | crosses(second) |
+                   crosses(third)))
     return false;
 
   const Words32 column = hn::Sub(hn::And(hn::ShiftRight<16>(x), hn::Set(d, columnMask)), hn::Set(d, lowest));

@@ -83,17 +83,21 @@ void lookUpLine(BilinearLine16 make, Line line, const BilinearOptions& options, 
 
 namespace {
 
-// Whether a row's way in y, below an eighth of a pixel, is short enough for the row to be one group.
-bool isLevel(const Line& line, std::size_t width) {
-  const std::int64_t step = static_cast<std::int32_t>(line.step.y);
-  return std::abs(step * static_cast<std::int64_t>(width)) < 8193;
+// Whole rows are one group where their way in y is below an eighth of a pixel.
+auto levelled(std::size_t width) {
+  return [width](Line& row) {
+    const std::int64_t step = static_cast<std::int32_t>(row.step.y);
+    if (std::abs(step * static_cast<std::int64_t>(width)) < 8193) row.step.y = 0;
+  };
 }
 
-template <typename In, typename Out, typename Row>
-int resample(const Mapping<In, Out>& mapping, Row&& row) {
+const auto kAsItIs = [](Line&) {};
+
+template <typename In, typename Out, typename Prepare, typename Body>
+int resample(const Mapping<In, Out>& mapping, Prepare&& prepare, Body&& body) {
   if (mapping.rows < 1) return 0;
   if (mapping.srcPitch % 8 != 0) return kBadPitch;
-  mapping.forRows(row);
+  mapping.forRows(prepare, body);
   return 0;
 }
 
@@ -108,7 +112,9 @@ int Geo8_8MMX(const std::uint8_t* src, int x, int y, int dxColumn, int dyColumn,
   const Mapping mapping{src, x,        y,       dxColumn, dyColumn, dxRow, dyRow,   ddx,
                         ddy, srcPitch, srcRows, dst,      width,    rows,  dstPitch};
   const BilinearOptions options{bentBilinear()};
-  return resample(mapping, [&](const Line& line, std::uint8_t* out) { bilinear8(line, options, width, out); });
+  return resample(mapping, kAsItIs, [&](const Line& line, std::size_t count, std::uint8_t* out) {
+    bilinear8(line, options, count, out);
+  });
 }
 
 int Geo16_16MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dyColumn, int dxRow, int dyRow, int ddx,
@@ -117,7 +123,9 @@ int Geo16_16MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dyColu
   const Mapping mapping{src, x,        y,       dxColumn, dyColumn, dxRow, dyRow,   ddx,
                         ddy, srcPitch, srcRows, dst,      width,    rows,  dstPitch};
   const BilinearOptions options{bentBilinear(), 0xFFFF};
-  return resample(mapping, [&](const Line& line, std::uint16_t* out) { bilinear16(line, options, width, out); });
+  return resample(mapping, kAsItIs, [&](const Line& line, std::size_t count, std::uint16_t* out) {
+    bilinear16(line, options, count, out);
+  });
 }
 
 int GeoGamma16_8MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dyColumn, int dxRow, int dyRow, int ddx,
@@ -126,8 +134,9 @@ int GeoGamma16_8MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dy
   const Mapping mapping{src, x,        y,       dxColumn, dyColumn, dxRow, dyRow,   ddx,
                         ddy, srcPitch, srcRows, dst,      width,    rows,  dstPitch};
   const BilinearOptions options{bentBilinear()};
-  return resample(
-      mapping, [&](const Line& line, std::uint8_t* out) { lookUpLine(bilinear16, line, options, width, out, table); });
+  return resample(mapping, kAsItIs, [&](const Line& line, std::size_t count, std::uint8_t* out) {
+    lookUpLine(bilinear16, line, options, count, out, table);
+  });
 }
 
 int GeoQGamma16_8MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dyColumn, int dxRow, int dyRow, int ddx,
@@ -136,9 +145,8 @@ int GeoQGamma16_8MMX(const std::uint16_t* src, int x, int y, int dxColumn, int d
   const Mapping mapping{src, x,        y,       dxColumn, dyColumn, dxRow, dyRow,   ddx,
                         ddy, srcPitch, srcRows, dst,      width,    rows,  dstPitch};
   const BilinearOptions options{bentBilinear()};
-  return resample(mapping, [&](Line line, std::uint8_t* out) {
-    if (isLevel(line, width)) line.step.y = 0;
-    lookUpLine(bilinearSigned16, line, options, width, out, table);
+  return resample(mapping, levelled(width), [&](const Line& line, std::size_t count, std::uint8_t* out) {
+    lookUpLine(bilinearSigned16, line, options, count, out, table);
   });
 }
 
@@ -147,9 +155,8 @@ int GeoQGamma16_16MMX(const std::uint16_t* src, int x, int y, int dxColumn, int 
                       int dstPitch, GroupEl*) {
   const Mapping mapping{src, x,        y,       dxColumn, dyColumn, dxRow, dyRow,   ddx,
                         ddy, srcPitch, srcRows, dst,      width,    rows,  dstPitch};
-  return resample(mapping, [&](Line line, std::uint16_t* out) {
-    if (isLevel(line, width)) line.step.y = 0;
-    bilinearUnsigned16(line, width, out);
+  return resample(mapping, levelled(width), [&](const Line& line, std::size_t count, std::uint16_t* out) {
+    bilinearUnsigned16(line, count, out);
   });
 }
 

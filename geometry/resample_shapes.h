@@ -10,31 +10,33 @@
 
 namespace quorvel {
 
-// A piece of a row that belongs to a neighbourhood: `count` samples from column x + `column` on.
-struct Piece {
-  int column, count;
+// A sample of a neighbourhood: its row, counted from the uppermost, and its column, counted from the position's own.
+struct Place {
+  int row, column;
 };
 
-// Neighbourhoods: rows from `kAbove` above the position's own on, and the words of a record, unused ones included.
+// Neighbourhoods: their rows from `kAbove` above the position's own on, and their samples in the order of the weights.
+// A record has a word for each, and unused ones up to kWords.
 struct BilinearShape {
   static constexpr int kAbove = 0, kRows = 2, kWords = 8;
-  static constexpr Piece kPieces[] = {{0, 2}, {0, 2}};
+  static constexpr Place kPlaces[] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
 };
 struct SixShape {
   static constexpr int kAbove = 0, kRows = 3, kWords = 8;
-  static constexpr Piece kPieces[] = {{0, 3}, {0, 2}, {0, 1}};
+  static constexpr Place kPlaces[] = {{0, 0}, {0, 1}, {0, 2}, {1, 0}, {1, 1}, {2, 0}};
 };
 struct EightShape {
   static constexpr int kAbove = 1, kRows = 4, kWords = 8;
-  static constexpr Piece kPieces[] = {{1, 1}, {0, 3}, {-1, 3}, {0, 1}};
+  static constexpr Place kPlaces[] = {{0, 1}, {1, 0}, {1, 1}, {1, 2}, {2, -1}, {2, 0}, {2, 1}, {3, 0}};
 };
 struct SixteenShape {
   static constexpr int kAbove = 1, kRows = 4, kWords = 16;
-  static constexpr Piece kPieces[] = {{-1, 4}, {-1, 4}, {-1, 4}, {-1, 4}};
+  static constexpr Place kPlaces[] = {{0, -1}, {0, 0}, {0, 1}, {0, 2}, {1, -1}, {1, 0}, {1, 1}, {1, 2},
+                                      {2, -1}, {2, 0}, {2, 1}, {2, 2}, {3, -1}, {3, 0}, {3, 1}, {3, 2}};
 };
 struct ColumnShape {
   static constexpr int kAbove = 1, kRows = 4, kWords = 8;
-  static constexpr Piece kPieces[] = {{0, 1}, {0, 1}, {0, 1}, {0, 1}};
+  static constexpr Place kPlaces[] = {{0, 0}, {1, 0}, {2, 0}, {3, 0}};
 };
 
 // Weights of cubic convolution: of a column by the pair of phases, with unused words, and of a row by its phase.

@@ -9,7 +9,7 @@
 // surface in the sense of least squares has the constant, the squares and the mixed term as simple fractions of the
 // samples, and slopes in 1/18. The slopes' rows come in 16/9 of that, rounded, and the two coefficients that are left
 // of eight carry most of what the rounding takes. Squares are halves for odd phases; one is rounded up and the other
-// down, as their errors meet in the same samples. A sample's weight is within 3/512 of the best one.
+// down, as their errors meet in the same samples. A sample's weight is within 3.2/512 of the best one.
 //
 // In both matrices all rows but the constant's sum to 0, and equal samples give exactly 512 times the sample. Rows are
 // short enough for 8-bit samples to stay within 16 bits in every coefficient and in every half of its sum. So nothing

@@ -13,6 +13,7 @@
 #include <hwy/highway.h>
 
 #include <cstring>
+#include <iterator>
 
 #include "geometry/resample_shapes.h"
 #include "geometry/resample_taps.h"
@@ -45,23 +46,44 @@ HWY_INLINE hn::Vec<SampleWords> twoRows(const std::uint16_t* a, const std::uint1
 }
 #endif
 
-template <class Shape, typename In, typename RowOf>
-HWY_INLINE void collect(int column, RowOf&& rowOf, std::int16_t* record) {
-#if HWY_TARGET != HWY_SCALAR
-  if constexpr (Shape::kWords == 16) {
+// Samples kAt and kAt + 1 of a neighbourhood in one store: separate ones, or longer ones, some compilers put together
+// in memory and then wait for them. The order of the bytes is little-endian everywhere.
+template <class Shape, std::size_t kAt, typename RowOf>
+HWY_INLINE void storeTwo(std::ptrdiff_t column, const RowOf& rowOf, std::int16_t* record) {
+  constexpr std::size_t kSamples = std::size(Shape::kPlaces);
+  std::uint32_t words = 0;
+  if constexpr (kAt < kSamples) words = rowOf(Shape::kPlaces[kAt].row)[column + Shape::kPlaces[kAt].column];
+  if constexpr (kAt + 1 < kSamples) {
+    words |= std::uint32_t{rowOf(Shape::kPlaces[kAt + 1].row)[column + Shape::kPlaces[kAt + 1].column]} << 16;
+  }
+  std::memcpy(record + kAt, &words, sizeof words);
+}
+
+template <class Shape, std::size_t kAt, typename RowOf>
+HWY_INLINE void storeFour(std::ptrdiff_t column, const RowOf& rowOf, std::int16_t* record) {
+  storeTwo<Shape, kAt>(column, rowOf, record);
+  storeTwo<Shape, kAt + 2>(column, rowOf, record);
+}
+
+// rowOf(k) is row k of the neighbourhood.
+template <class Shape, typename RowOf>
+HWY_INLINE void collect(std::ptrdiff_t column, const RowOf& rowOf, std::int16_t* record) {
+  if constexpr (Shape::kWords == 8) {
+    storeFour<Shape, 0>(column, rowOf, record);
+    storeFour<Shape, 4>(column, rowOf, record);
+  } else {
+#if HWY_TARGET == HWY_SCALAR
+    storeFour<Shape, 0>(column, rowOf, record);
+    storeFour<Shape, 4>(column, rowOf, record);
+    storeFour<Shape, 8>(column, rowOf, record);
+    storeFour<Shape, 12>(column, rowOf, record);
+#else
     const SampleWords d;
-    column += Shape::kPieces[0].column;
+    column += Shape::kPlaces[0].column;
     hn::Store(twoRows(rowOf(0) + column, rowOf(1) + column), d, record);
     hn::Store(twoRows(rowOf(2) + column, rowOf(3) + column), d, record + 8);
-    return;
-  }
 #endif
-  int word = 0;
-  for (int k = 0; k < Shape::kRows; ++k) {
-    const In* const row = rowOf(k) + column + Shape::kPieces[k].column;
-    for (int i = 0; i < Shape::kPieces[k].count; ++i) record[word++] = static_cast<std::int16_t>(row[i]);
   }
-  for (; word < Shape::kWords; ++word) record[word] = 0;
 }
 
 // The first stage: `count` pixels from the line's first on.
@@ -70,11 +92,11 @@ HWY_INLINE void collectRun(const Line& line, std::size_t count, Records<Shape::k
   Position at = line.at;
   for (std::size_t i = 0; i < count; ++i, at += line.step) {
     const int firstRow = wholePart(at.y) - Shape::kAbove;
-    const std::uint8_t* const block = line.row(firstRow);
-    collect<Shape, In>(
-        wholePart(at.x),
-        [&](int k) { return reinterpret_cast<const In*>(kApart ? line.row(firstRow + k) : block + k * line.pitch); },
-        records.words[i]);
+    const std::uint8_t* const first = line.row(firstRow);
+    const std::uint8_t* rows[Shape::kRows];
+    for (int k = 0; k < Shape::kRows; ++k) rows[k] = kApart ? line.row(firstRow + k) : first + k * line.pitch;
+    const auto rowOf = [&rows](int k) HWY_ATTR { return reinterpret_cast<const In*>(rows[k]); };
+    collect<Shape>(wholePart(at.x), rowOf, records.words[i]);
     records.phases[i] = static_cast<std::uint8_t>((at.y >> 8 & 0xF0) | (at.x >> 12 & 0x0F));
   }
 }

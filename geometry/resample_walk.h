@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 namespace quorvel {
 
@@ -49,21 +50,42 @@ struct Mapping {
   unsigned width;
   int rows, dstPitch;
 
-  // Calls body(line, dst) for every output row.
-  template <typename Body>
-  void forRows(Body&& body) const {
+  // Calls body(line, count, dst) for pieces that cover every output row, prepare(line) having been called for the row.
+  // The pieces of a strip of columns come one below the other: each row of a strip finds most of its source in the
+  // caches, as the strip above it lies in few rows of the source.
+  template <typename Prepare, typename Body>
+  void forRows(Prepare&& prepare, Body&& body) const {
     const auto position = [](int px, int py) {
       return Position{static_cast<std::uint32_t>(px), static_cast<std::uint32_t>(py)};
     };
-    Line line = {reinterpret_cast<const std::uint8_t*>(src), static_cast<std::ptrdiff_t>(srcPitch), ringMask(srcRows),
-                 position(x, y) * 4096, position(dxColumn, dyColumn)};
+    const Line first = {reinterpret_cast<const std::uint8_t*>(src), static_cast<std::ptrdiff_t>(srcPitch),
+                        ringMask(srcRows), position(x, y) * 4096, position(dxColumn, dyColumn)};
     const Position nextRow = position(dxRow, dyRow), nextStep = position(ddx, ddy);
-    Out* out = dst;
-    for (int j = 0; j < rows; ++j, out += dstPitch) {
-      body(line, out);
-      line.at += nextRow;
-      line.step += nextStep;
+    const std::size_t strip = stripWidth();
+    for (std::size_t column = 0; column < width; column += strip) {
+      const std::size_t count = std::min(strip, width - column);
+      Line row = first;
+      Out* out = dst + column;
+      for (int j = 0; j < rows; ++j, out += dstPitch) {
+        Line line = row;
+        prepare(line);
+        line.at += line.step * column;
+        body(line, count, out);
+        row.at += nextRow;
+        row.step += nextStep;
+      }
     }
+  }
+
+ private:
+  // Whole rows where they are about level. Otherwise the strip that measured best: of 64 to 4096 columns, from 1 to 90
+  // degrees, with sources beyond the second-level cache. Wider ones lose up to six times, narrower ones little.
+  std::size_t stripWidth() const {
+    constexpr std::size_t kStrip = 128, kLevelRows = 4;
+    const auto steepness = [this](int row) {
+      return std::abs(dyColumn + row * static_cast<std::int64_t>(ddy)) * static_cast<std::int64_t>(width);
+    };
+    return std::max(steepness(0), steepness(rows - 1)) < (std::int64_t{kLevelRows} << 16) ? width : kStrip;
   }
 };
 

@@ -96,16 +96,16 @@ int GeoY6_16_16MMX(const std::uint16_t* src, int bits, int y, int yStepColumn, i
   if (srcPitch % 8 != 0) return kBadPitch;
   if (method != kColumnsOnly) return kUnhandledMethod;
   setNbitForGeo(bits);
+  const Position start = Position{0, static_cast<std::uint32_t>(y)} * 4096;
+  const Position perColumn = {0, static_cast<std::uint32_t>(yStepColumn)},
+                 perRow = {0, static_cast<std::uint32_t>(yStepRow)};
   for (unsigned column = 0; column < width; column += kBand) {
     const unsigned count = std::min(kBand, width - column);
-    const Mapping<std::uint16_t, std::uint16_t> band = {
-        src + column, 0, y, 0, yStepColumn, 0, yStepRow, 0, 0, srcPitch, srcRows, dst + column, count, rows, dstPitch};
-    int left = rows;
-    band.forRows([&](const Line& line, std::uint16_t* out) {
-      const Position start = line.at + line.step * column;
-      GeoRowY6_16_16MMX(src + column, static_cast<int>(start.y), yStepColumn, srcPitch, line.rowMask, out, count,
-                        --left == 0);
-    });
+    Position at = start + perColumn * column;
+    for (int j = 0; j < rows; ++j, at += perRow) {
+      GeoRowY6_16_16MMX(src + column, static_cast<int>(at.y), yStepColumn, srcPitch, ringMask(srcRows),
+                        dst + std::ptrdiff_t{j} * dstPitch + column, count, j + 1 == rows);
+    }
   }
   return 0;
 }

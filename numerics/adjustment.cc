@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <new>
 
 #include "numerics/equation_list.h"
 #include "numerics/settings.h"
 #include "numerics/sparse_factor.h"
 #include "numerics/twofold.h"
+#include "numerics/within_memory.h"
 #include "quorvel/numerics.h"
 #include "runtime/windows1251.h"
 
@@ -110,19 +110,14 @@ int iterate(sMatrixList& equations, double* unknowns, int count, LinearisedEquat
 }  // namespace
 
 int sMatrixList::calcResult(double* solution) const {
-  try {
-    return solveLinear(*list_, solution);
-  } catch (const std::bad_alloc&) {
-    return matErrorMemory;
-  }
+  return quorvel::codeWithinMemory([&] { return solveLinear(*list_, solution); });
 }
 
 int solveNonLinearEqv(sMatrixList& equations, double* unknowns, int count, LinearisedEquations linearise, void* context,
                       double tolerance, int maxIterations) {
   try {
-    return iterate(equations, unknowns, count, linearise, context, tolerance, maxIterations);
-  } catch (const std::bad_alloc&) {
-    throwMathematical(matErrorMemory);
+    return quorvel::withinMemory(
+        [&] { return iterate(equations, unknowns, count, linearise, context, tolerance, maxIterations); });
   } catch (const CMatErrorM& error) {
     throwMathematical(error.code);
   }

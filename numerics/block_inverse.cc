@@ -6,6 +6,7 @@
 
 #include "numerics/columns.h"
 #include "numerics/small_systems.h"
+#include "numerics/within_memory.h"
 #include "quorvel/errors.h"
 #include "quorvel/sparse.h"
 
@@ -102,52 +103,55 @@ class BlockMatrix {
 }  // namespace
 
 int QSparseMatrix::reverseSimmetric3x3(QSparseMatrix& result) const {
-  const Columns whole = quorvel::wholeOf(*matrix_);
-  if (whole.rows != whole.columns || whole.rows % 3 != 0) return matErrorDimensionsXY;
-  const int blocks = whole.rows / 3;
-  Groups groups(blocks);
-  for (int j = 0; j < whole.columns; ++j) {
-    for (std::size_t e = whole.first(j); e < whole.end(j); ++e) groups.join(whole.row[e] / 3, j / 3);
-  }
-  std::vector<std::vector<int>> members(static_cast<std::size_t>(blocks));
-  std::vector<int> place(static_cast<std::size_t>(blocks));  // of a block in its group
-  for (int b = 0; b < blocks; ++b) {
-    auto& group = members[static_cast<std::size_t>(groups.leader(b))];
-    place[static_cast<std::size_t>(b)] = static_cast<int>(group.size());
-    group.push_back(b);
-  }
-  const auto withinGroup = [&](int index) {
-    return static_cast<std::size_t>(3 * place[static_cast<std::size_t>(index / 3)] + index % 3);
-  };
+  return quorvel::codeWithinMemory([&]() -> int {
+    const Columns whole = quorvel::wholeOf(*matrix_);
+    if (whole.rows != whole.columns || whole.rows % 3 != 0) return matErrorDimensionsXY;
+    const int blocks = whole.rows / 3;
+    Groups groups(blocks);
+    for (int j = 0; j < whole.columns; ++j) {
+      for (std::size_t e = whole.first(j); e < whole.end(j); ++e) groups.join(whole.row[e] / 3, j / 3);
+    }
+    std::vector<std::vector<int>> members(static_cast<std::size_t>(blocks));
+    std::vector<int> place(static_cast<std::size_t>(blocks));  // of a block in its group
+    for (int b = 0; b < blocks; ++b) {
+      auto& group = members[static_cast<std::size_t>(groups.leader(b))];
+      place[static_cast<std::size_t>(b)] = static_cast<int>(group.size());
+      group.push_back(b);
+    }
+    const auto withinGroup = [&](int index) {
+      return static_cast<std::size_t>(3 * place[static_cast<std::size_t>(index / 3)] + index % 3);
+    };
 
-  std::vector<std::vector<std::pair<int, double>>> inverse(static_cast<std::size_t>(whole.columns));
-  for (const std::vector<int>& group : members) {
-    if (group.empty()) continue;
-    BlockMatrix dense(group.size());
-    for (const int block : group) {
-      for (int j = 3 * block; j < 3 * block + 3; ++j) {
-        for (std::size_t e = whole.first(j); e < whole.end(j); ++e) {
-          dense(withinGroup(whole.row[e]), withinGroup(j)) += whole.value[e];
+    std::vector<std::vector<std::pair<int, double>>> inverse(static_cast<std::size_t>(whole.columns));
+    for (const std::vector<int>& group : members) {
+      if (group.empty()) continue;
+      BlockMatrix dense(group.size());
+      for (const int block : group) {
+        for (int j = 3 * block; j < 3 * block + 3; ++j) {
+          for (std::size_t e = whole.first(j); e < whole.end(j); ++e) {
+            dense(withinGroup(whole.row[e]), withinGroup(j)) += whole.value[e];
+          }
+        }
+      }
+      if (!dense.invert()) return matErrorZeroDeterminant;
+      for (std::size_t j = 0; j < 3 * group.size(); ++j) {
+        for (std::size_t i = 0; i < 3 * group.size(); ++i) {
+          inverse[static_cast<std::size_t>(3 * group[j / 3]) + j % 3].emplace_back(
+              3 * group[i / 3] + static_cast<int>(i % 3),
+              dense(std::min(i, j), std::max(i, j)));  // to the bit symmetric
         }
       }
     }
-    if (!dense.invert()) return matErrorZeroDeterminant;
-    for (std::size_t j = 0; j < 3 * group.size(); ++j) {
-      for (std::size_t i = 0; i < 3 * group.size(); ++i) {
-        inverse[static_cast<std::size_t>(3 * group[j / 3]) + j % 3].emplace_back(
-            3 * group[i / 3] + static_cast<int>(i % 3), dense(std::min(i, j), std::max(i, j)));  // to the bit symmetric
+    Columns packed;
+    packed.begin(whole.rows, whole.columns);
+    for (const auto& column : inverse) {
+      for (const auto& [row, value] : column) {
+        packed.row.push_back(row);
+        packed.value.push_back(value);
       }
+      packed.endColumn();
     }
-  }
-  Columns packed;
-  packed.begin(whole.rows, whole.columns);
-  for (const auto& column : inverse) {
-    for (const auto& [row, value] : column) {
-      packed.row.push_back(row);
-      packed.value.push_back(value);
-    }
-    packed.endColumn();
-  }
-  quorvel::store(packed, sparseSymmetric, *result.matrix_);
-  return 0;
+    quorvel::store(packed, sparseSymmetric, *result.matrix_);
+    return 0;
+  });
 }

@@ -7,12 +7,14 @@
 #include <string>
 
 #include "numerics/fatal.h"
+#include "numerics/within_memory.h"
 #include "quorvel/errors.h"
 #include "quorvel/sparse.h"
 
 using quorvel::Columns;
 using quorvel::EquationList;
 using quorvel::requireIndex;
+using quorvel::withinMemory;
 
 sMatrixList::sMatrixList() : list_(new EquationList) {}
 
@@ -30,12 +32,12 @@ void sMatrixList::createEquationList(int unknowns, int equations) {
   list_->unknowns = unknowns;
   list_->equations.clear();
   list_->terms.clear();
-  list_->equations.reserve(static_cast<std::size_t>(equations));
+  withinMemory([&] { list_->equations.reserve(static_cast<std::size_t>(equations)); });
 }
 
 int sMatrixList::createEquation(double constant, double weight) {
   if (!(weight >= 0)) throw CMatErrorM(matErrorParameter, "createEquation");
-  list_->equations.push_back({constant, std::sqrt(weight), -1, -1, 0});
+  withinMemory([&] { list_->equations.push_back({constant, std::sqrt(weight), -1, -1, 0}); });
   return list_->count() - 1;
 }
 
@@ -51,10 +53,10 @@ void sMatrixList::insertMult(int equation, int unknown, double coefficient) {
     return;
   }
   const int fresh = static_cast<int>(terms.size());
+  withinMemory([&] { terms.push_back({coefficient, unknown, -1}); });
   (own.last >= 0 ? terms[static_cast<std::size_t>(own.last)].next : own.first) = fresh;
   own.last = fresh;
   ++own.terms;
-  terms.push_back({coefficient, unknown, -1});
 }
 
 int sMatrixList::askNEqv() const { return list_->count(); }

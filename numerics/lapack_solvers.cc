@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // The solvers that LAPACK does: dgesv, dsysv and dgelsd, each on copies, with the workspace that it asks for.
 //
+// The library's own LAPACK is built from the reference sources: a tuned one chooses its kernels, and with them the last
+// bits, by the processor. It starts no threads; where a packaged one is linked instead, as OpenBLAS, that one does, and
+// heeds the variable OPENBLAS_NUM_THREADS of the host's environment.
+//
 // Shapes are tested before LAPACK sees them, because packaged versions print a message about an illegal argument.
 #include <algorithm>
-#include <new>
 #include <vector>
 
 #include "numerics/settings.h"
+#include "numerics/within_memory.h"
 #include "quorvel/numerics.h"
 
 extern "C" {
@@ -29,17 +33,6 @@ constexpr int kBadColumnsOfSquare = -1, kBadLeadingDimensionOfSides = -7;
 Doubles copyOf(const sMatrixD& matrix) { return Doubles(matrix.data(), matrix.data() + matrix.size()); }
 
 std::size_t elements(int count) { return static_cast<std::size_t>(count); }
-
-template <typename Solver>
-int withinMemory(Solver&& solver) {
-  try {
-    return solver();
-  } catch (const std::bad_alloc&) {
-    return matErrorMemory;
-  } catch (const CMatErrorM& error) {  // of a result matrix that could not grow
-    return error.code;
-  }
-}
 
 struct LeastSquares {
   Doubles x;
@@ -70,7 +63,7 @@ int leastSquares(const sMatrixD& A, const double* b, double condition, LeastSqua
 }  // namespace
 
 int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info) {
-  *info = withinMemory([&] {
+  *info = quorvel::codeWithinMemory([&] {
     const int n = A->rows, one = 1, leading = std::max(1, n);
     if (A->columns != n) return kBadColumnsOfSquare;
     Doubles a = copyOf(*A), solution(b, b + n);
@@ -84,7 +77,7 @@ int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info) {
 }
 
 int solveLS(const sMatrixD* A, const double* b, double* x) {
-  return withinMemory([&] {
+  return quorvel::codeWithinMemory([&] {
     if (A->rows < A->columns) return kBadLeadingDimensionOfSides;
     LeastSquares result;
     const int info = leastSquares(*A, b, -1, result);
@@ -94,7 +87,7 @@ int solveLS(const sMatrixD* A, const double* b, double* x) {
 }
 
 int solveLS_V(const sMatrixD& A, const sMatrixD& b, sMatrixD& x, int& rankDeficit) {
-  return withinMemory([&] {
+  return quorvel::codeWithinMemory([&] {
     if (A.rows < A.columns || b.size() < elements(A.rows)) return kBadLeadingDimensionOfSides;
     LeastSquares result;
     const int info = leastSquares(A, b.data(), quorvel::rankCondition(), result);
@@ -108,7 +101,7 @@ int solveLS_V(const sMatrixD& A, const sMatrixD& b, sMatrixD& x, int& rankDefici
 }
 
 int solveSYMM_Vt(const sMatrixD& A, const sMatrixD& B, sMatrixD& X) {
-  return withinMemory([&] {
+  return quorvel::codeWithinMemory([&] {
     const int n = A.rows, sides = B.columns, leading = std::max(1, n);
     if (A.columns != n) return kBadColumnsOfSquare - 1;  // the number of the order here
     if (B.rows != n) return kBadLeadingDimensionOfSides - 1;

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <new>
 
 #include "numerics/settings.h"
 #include "numerics/simplex_access.h"
 #include "numerics/twofold.h"
+#include "numerics/within_memory.h"
 #include "quorvel/numerics.h"
 
 namespace {
@@ -135,13 +135,7 @@ int solve(CVarDescList& variables, CSimplexProgram& program, const sMatrixLD& no
 template <typename T>
 int drive(CVarDescList& variables, CSimplexProgram& program, const sMatrixLD& normal, const sMatrixLD& b, T* result,
           int& status) {
-  try {
-    status = solve(variables, program, normal, b, result);
-  } catch (const std::bad_alloc&) {
-    status = matErrorMemory;
-  } catch (const CMatErrorM& error) {
-    status = error.code;
-  }
+  status = quorvel::codeWithinMemory([&] { return solve(variables, program, normal, b, result); });
   return status == 0 ? 0 : imgErrorEquationSystem;
 }
 

@@ -5,6 +5,7 @@
 #include "numerics/columns.h"
 #include "numerics/equation_list.h"
 #include "numerics/fatal.h"
+#include "numerics/within_memory.h"
 #include "quorvel/sparse.h"
 
 QSparseMatrix::QSparseMatrix() : matrix_(new sSparseMatrix) {}
@@ -34,11 +35,13 @@ void QSparseMatrix::convertTo(sMatrixD* dense) const { matrix_->convertTo(dense)
 
 void QSparseMatrix::convertTo(sMatrixLD* dense) const { matrix_->convertTo(dense); }
 
-void QSparseMatrix::transponeFrom(const QSparseMatrix& source) { matrix_->transponeFrom(*source.matrix_); }
+void QSparseMatrix::transponeFrom(const QSparseMatrix& source) {
+  quorvel::withinMemory([&] { matrix_->transponeFrom(*source.matrix_); });
+}
 
 void QSparseMatrix::convertFromJacobian(const sMatrixList& equations, sMatrixLD* constants) {
   const quorvel::EquationList& list = equations.equations();
-  quorvel::store(quorvel::transposed(list.rows()), 0, *matrix_);
+  quorvel::withinMemory([&] { quorvel::store(quorvel::transposed(list.rows()), 0, *matrix_); });
   if (constants != nullptr) {
     constants->resize(list.count(), 1);
     for (int e = 0; e < list.count(); ++e) (*constants)(e, 0) = list.weightedConstant(e);
@@ -54,25 +57,27 @@ void QSparseMatrix::extractFrom(const QSparseMatrix& source, std::int32_t firstX
   for (const int y : {firstY, lastY}) quorvel::requireIndex("extractFrom", "position", y, source.getNY());
 
   const bool keepHalf = onDiagonal || (flags & sparseHalf) == 0;
-  const quorvel::Columns whole = keepHalf ? quorvel::Columns() : quorvel::wholeOf(*source.matrix_);
-  quorvel::Columns block;
-  block.begin(lastY - firstY + 1, lastX - firstX + 1);
-  const auto take = [&](int position, double value) {
-    if (position < firstY || position > lastY) return;
-    block.row.push_back(position - firstY);
-    block.value.push_back(value);
-  };
-  for (int x = firstX; x <= lastX; ++x) {
-    if (keepHalf) {
-      const sSparseLine& line = source.matrix_->lineTable[x];
-      for (int e = 0; e < line.count; ++e) take(line.first[e].position, line.first[e].value);
-    } else {
-      for (std::size_t e = whole.first(x); e < whole.end(x); ++e) take(whole.row[e], whole.value[e]);
+  quorvel::withinMemory([&] {
+    const quorvel::Columns whole = keepHalf ? quorvel::Columns() : quorvel::wholeOf(*source.matrix_);
+    quorvel::Columns block;
+    block.begin(lastY - firstY + 1, lastX - firstX + 1);
+    const auto take = [&](int position, double value) {
+      if (position < firstY || position > lastY) return;
+      block.row.push_back(position - firstY);
+      block.value.push_back(value);
+    };
+    for (int x = firstX; x <= lastX; ++x) {
+      if (keepHalf) {
+        const sSparseLine& line = source.matrix_->lineTable[x];
+        for (int e = 0; e < line.count; ++e) take(line.first[e].position, line.first[e].value);
+      } else {
+        for (std::size_t e = whole.first(x); e < whole.end(x); ++e) take(whole.row[e], whole.value[e]);
+      }
+      block.endColumn();
     }
-    block.endColumn();
-  }
-  const std::uint32_t symmetry = onDiagonal ? flags & (sparseSymmetric | sparseHalf) : 0;
-  quorvel::store(block, symmetry | (flags & sparseTransposed), *matrix_);
+    const std::uint32_t symmetry = onDiagonal ? flags & (sparseSymmetric | sparseHalf) : 0;
+    quorvel::store(block, symmetry | (flags & sparseTransposed), *matrix_);
+  });
 }
 
 void QSparseMatrix::setSimmetric(int half) {

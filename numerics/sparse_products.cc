@@ -1,24 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Products of sparse matrices. O(multiplications + entries + rows + columns); dense results add their size.
-#include <new>
-
 #include "numerics/columns.h"
 #include "numerics/twofold.h"
-#include "quorvel/errors.h"
+#include "numerics/within_memory.h"
 #include "quorvel/sparse.h"
 
 namespace {
 
+using quorvel::codeWithinMemory;
 using quorvel::Columns;
-
-template <typename Work>
-void withinMemory(Work&& work) {
-  try {
-    work();
-  } catch (const std::bad_alloc&) {
-    throw CMatErrorM(matErrorMemory, "incMemory");
-  }
-}
+using quorvel::withinMemory;
 
 void requireFit(int columnsOfLeft, int rowsOfRight) {
   if (columnsOfLeft != rowsOfRight) throw CMatErrorM(matErrorDimensionsXY, "MulMatr");
@@ -66,16 +57,6 @@ Columns bothHalves(const Columns& upper) {
     both.endColumn();
   }
   return both;
-}
-
-template <typename Work>
-int codeOf(Work&& work) {
-  try {
-    work();
-    return 0;
-  } catch (const CMatErrorM& error) {
-    return error.code;
-  }
 }
 
 }  // namespace
@@ -140,21 +121,36 @@ void QSparseMatrix::MulMatrT(sMatrixLD& result) const {
 }
 
 int tryMulMatr(const QSparseMatrix& left, const QSparseMatrix& right, QSparseMatrix& result) {
-  return codeOf([&] { left.MulMatr(right, result); });
+  return codeWithinMemory([&] {
+    left.MulMatr(right, result);
+    return 0;
+  });
 }
 
 int tryMulMatrDense(const QSparseMatrix& left, const QSparseMatrix& right, sMatrixLD& result) {
-  return codeOf([&] { left.MulMatr(right, result); });
+  return codeWithinMemory([&] {
+    left.MulMatr(right, result);
+    return 0;
+  });
 }
 
 int tryMulMatrByDense(const QSparseMatrix& left, const sMatrixLD& right, sMatrixLD& result) {
-  return codeOf([&] { left.MulMatr(right, result); });
+  return codeWithinMemory([&] {
+    left.MulMatr(right, result);
+    return 0;
+  });
 }
 
 int tryMulMatrT(const QSparseMatrix& matrix, QSparseMatrix& result) {
-  return codeOf([&] { matrix.MulMatrT(result); });
+  return codeWithinMemory([&] {
+    matrix.MulMatrT(result);
+    return 0;
+  });
 }
 
 int tryMulMatrTDense(const QSparseMatrix& matrix, sMatrixLD& result) {
-  return codeOf([&] { matrix.MulMatrT(result); });
+  return codeWithinMemory([&] {
+    matrix.MulMatrT(result);
+    return 0;
+  });
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Unpacks the sources of the reference LAPACK, of the version that liblapack-dev has, for the builds whose system has no
-# package of it, and prints where.
+# Unpacks the sources of the reference LAPACK, of the version that liblapack-dev has, and prints where. Builds take them
+# where the system has no package of LAPACK, and where results are to be the same on every processor.
 set -euo pipefail
 cd "$(dirname "$0")"
 . ./debian.sh

@@ -20,6 +20,10 @@ void addHistogram(CLI::App& program, Action& chosen);
 void addReduce(CLI::App& program, Action& chosen);
 void addRotate(CLI::App& program, Action& chosen);
 void addWarp(CLI::App& program, Action& chosen);
+void addJpeg(CLI::App& program, Action& chosen);
+void addCompress(CLI::App& program, Action& chosen);
+void addExpand(CLI::App& program, Action& chosen);
+void addLut(CLI::App& program, Action& chosen);
 void addInfo(CLI::App& program, Action& chosen);
 
 // The whole program, from its arguments in UTF-8 to the exit status; every failure is one line on standard error.

@@ -8,6 +8,8 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/options.h"
+#include "host/io/colour_file.h"
+#include "host/report/charts.h"
 #include "host/report/sheet.h"
 #include "host/road/road.h"
 
@@ -15,7 +17,7 @@ namespace quorvel::host {
 namespace {
 
 struct Arguments {
-  std::string frame, directory, truth;
+  std::string frame, directory, truth, table;
   std::vector<Region> regions;
   ReadOptions read;
   bool force = false;
@@ -48,17 +50,19 @@ int contactSheet(const Arguments& a) {
     }
   }
   frame = aboveBlack(std::move(frame));
+  std::optional<ColourTable> table;
+  if (!a.table.empty()) table = readColourTable(a.table);
   std::optional<Planes> truth;
   if (!a.truth.empty()) truth = readTruth(a.truth, frame);
 
   Tone tone;
   tone.white = frame.white;
-  const auto add = [&](const char* name, const char* title, const Planes& planes) -> SheetEntry& {
+  const auto add = [&](const std::string& name, const std::string& title, Picture picture) -> SheetEntry& {
     SheetEntry& entry = sheet.entries.emplace_back();
     entry.name = name;
     entry.title = title;
     entry.file = name + extension;
-    entry.picture = finish(planes, tone);
+    entry.picture = std::move(picture);
     OutputFile out(directory / entry.file, a.force);
     writePicture(out, entry.picture, format);
     out.commit();
@@ -67,16 +71,26 @@ int contactSheet(const Arguments& a) {
   if (frame.asShot) tone.gains = *frame.asShot;
   if (truth) {
     if (!frame.asShot) tone.gains = greyWorld(*truth, frame.white);
-    add("truth", "Truth, without noise", *truth);
+    add("truth", "Truth, without noise", finish(*truth, tone));
   }
   for (const auto& [method, title] : kCompared) {
     const Demosaiced done = demosaic(frame, method.method, kTimedRuns);
     if (!frame.asShot && !truth) tone.gains = greyWorld(done.planes, frame.white);
-    SheetEntry& entry = add(method.name, title, done.planes);
+    SheetEntry& entry = add(method.name, title, finish(done.planes, tone));
     entry.megapixelsPerSecond = rate(done.planes, done.seconds);
     if (truth) entry.quality = psnr(*truth, done.planes);
     fmt::print("{:<9} {:7.1f} MP/s{}\n", method.name, *entry.megapixelsPerSecond,
                entry.quality ? "   " + text(*entry.quality) : "");
+    if (table && method.method == bayerGradient) {  // what the table makes of it beside what it was
+      Picture corrected = throughTable(entry.picture, *table);
+      add("table", fmt::format("{}, colour table", title), std::move(corrected));
+    }
+  }
+  if (table) {
+    OutputFile plot(directory / ("table-plot" + extension), a.force);
+    writePicture(plot, tablePlot(*table), format);
+    plot.commit();
+    sheet.figures.push_back({"What the colour table does to colours", "table-plot" + extension});
   }
   writePicture(overview, sheetPicture(sheet), format);
   overview.commit();
@@ -98,6 +112,8 @@ void addContactSheet(CLI::App& program, Action& chosen) {
       ->required()
       ->type_name("DIR");
   command->add_option("--truth", a->truth, "Linear planes without noise as a PPM, to measure against")
+      ->type_name("FILE");
+  command->add_option("--table", a->table, "A colour table (.cube, .bin, .txt): what it does, before and behind it")
       ->type_name("FILE");
   const auto addRegion = [a](const std::vector<std::string>& texts) {
     for (const std::string& text : texts) {

@@ -7,6 +7,7 @@
 #include "host/commands/commands.h"
 #include "host/commands/options.h"
 #include "host/io/calibration_file.h"
+#include "host/io/colour_file.h"
 #include "host/report/progress.h"
 #include "host/report/psnr.h"
 #include "host/road/road.h"
@@ -23,7 +24,7 @@ struct WhiteBalance {
 
 struct Arguments {
   std::vector<std::string> inputs;
-  std::string output, truth, calibration;
+  std::string output, truth, calibration, table, matrix;
   ReadOptions read;
   Method method = kMethods[1];
   WhiteBalance balance;
@@ -35,6 +36,13 @@ struct Arguments {
 
 // How often --time repeats the demosaicing.
 constexpr int kTimedRuns = 9;
+
+// What is read once for all frames.
+struct Corrections {
+  std::optional<DarkCalibration> dark;
+  std::optional<ColourTable> table;
+  std::optional<Matrix3> matrix;
+};
 
 struct Job {
   fs::path input, output;
@@ -95,7 +103,8 @@ Gains gainsFor(const WhiteBalance& balance, const RawFrame& frame, const Planes&
 }
 
 // One frame, from file to file; returns its megapixels.
-double develop(const Arguments& a, const Job& job, const std::optional<DarkCalibration>& dark, Progress& progress) {
+double develop(const Arguments& a, const Job& job, const Corrections& corrections, Progress& progress) {
+  const auto& dark = corrections.dark;
   std::error_code error;
   if (fs::equivalent(job.input, job.output, error)) throw DataError(job.output, "is the frame itself");
   requireBuilt(job.format, job.output);
@@ -111,11 +120,14 @@ double develop(const Arguments& a, const Job& job, const std::optional<DarkCalib
     requireBlackBelowWhite(frame, job.input);
   }
   frame = aboveBlack(std::move(frame));
-  const Demosaiced done = demosaic(frame, a.method.method, a.time ? kTimedRuns : 1);
+  Demosaiced done = demosaic(frame, a.method.method, a.time ? kTimedRuns : 1);
   const Gains gains = gainsFor(a.balance, frame, done.planes, job.input);
   std::string quality;
   if (!a.truth.empty()) quality = text(psnr(readTruth(a.truth, frame), done.planes));
-  writePicture(out, finish(done.planes, {gains, frame.white, a.gamma, a.bits}), job.format);
+  if (corrections.matrix) throughMatrix(done.planes, *corrections.matrix, gains);
+  Picture picture = finish(done.planes, {gains, frame.white, a.gamma, a.bits});
+  if (corrections.table) picture = throughTable(std::move(picture), *corrections.table);
+  writePicture(out, picture, job.format);
   out.commit();
 
   progress.print(fmt::format("{} -> {}: {} x {}, {} at {:.1f} MP/s, balance {:.3f}", job.input.string(),
@@ -130,11 +142,13 @@ double develop(const Arguments& a, const Job& job, const std::optional<DarkCalib
 
 int developAll(const Arguments& a) {
   const std::vector<Job> jobs = plan(a);
-  std::optional<DarkCalibration> dark;
-  if (!a.calibration.empty()) dark = readCalibration(a.calibration);
+  Corrections corrections;
+  if (!a.calibration.empty()) corrections.dark = readCalibration(a.calibration);
+  if (!a.table.empty()) corrections.table = readColourTable(a.table);
+  if (!a.matrix.empty()) corrections.matrix = readMatrix(a.matrix);
   if (jobs.size() == 1) {
     Progress silent(1);
-    develop(a, jobs[0], dark, silent);
+    develop(a, jobs[0], corrections, silent);
     return kDone;
   }
   if (!a.truth.empty()) throw UsageError("--truth goes with one frame");
@@ -148,7 +162,7 @@ int developAll(const Arguments& a) {
     };
     // A headerless frame without its size is wrong usage of all frames, and leaves the loop.
     try {
-      megapixels = develop(a, job, dark, progress);
+      megapixels = develop(a, job, corrections, progress);
     } catch (const DataError& e) {
       note(e.what());
     } catch (const std::bad_alloc&) {
@@ -214,6 +228,15 @@ void addDevelop(CLI::App& program, Action& chosen) {
   command
       ->add_option("--calibration", a->calibration,
                    "What calibrate dark has measured: its black levels, and neighbours in place of hot pixels")
+      ->type_name("FILE");
+  command
+      ->add_option("--matrix", a->matrix,
+                   "A 3x3 matrix for the balanced linear colours: nine numbers by rows, as from lut chart")
+      ->type_name("FILE");
+  command
+      ->add_option("--table", a->table,
+                   "A colour table for the finished picture: .cube, or .bin or .txt as from lut; pictures of 16 bits "
+                   "go through it with 12")
       ->type_name("FILE");
   command->add_option("--truth", a->truth, "Linear planes without noise as a PPM: tells the PSNR against them")
       ->type_name("FILE");

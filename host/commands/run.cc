@@ -39,6 +39,10 @@ int run(std::vector<std::string> arguments) {
   addReduce(program, chosen);
   addRotate(program, chosen);
   addWarp(program, chosen);
+  addJpeg(program, chosen);
+  addCompress(program, chosen);
+  addExpand(program, chosen);
+  addLut(program, chosen);
   addInfo(program, chosen);
   try {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back

@@ -82,6 +82,15 @@ std::vector<std::uint8_t> readFile(const fs::path& file) {
   return bytes;
 }
 
+std::string startOf(const fs::path& file, std::size_t bytes) {
+  std::FILE* stream = fs::is_regular_file(file) ? openToRead(file) : nullptr;
+  if (stream == nullptr) return {};
+  std::string start(bytes, '\0');
+  start.resize(std::fread(start.data(), 1, bytes, stream));
+  std::fclose(stream);
+  return start;
+}
+
 void requireWritable(const fs::path& file, bool force) {
   std::error_code error;
   const fs::file_status status = fs::status(file, error);

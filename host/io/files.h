@@ -15,6 +15,8 @@ namespace quorvel::host {
 void requireReadable(const fs::path& file);
 
 std::vector<std::uint8_t> readFile(const fs::path& file);
+// The first bytes of a regular file, for telling what it is; fewer or none where it has no more or cannot be read.
+std::string startOf(const fs::path& file, std::size_t bytes = 2);
 
 // Throws DataError where an output under this name cannot be wanted: its directory is missing, it is a directory
 // itself, or it exists and `force` is not set.

@@ -9,7 +9,6 @@
 
 #include "host/io/headerless.h"
 #include "host/io/pnm.h"
-#include "host/io/system.h"
 #ifdef QUORVEL_HAVE_PNG
 #include <png.h>
 
@@ -39,22 +38,13 @@ std::string extension(const fs::path& file) {
   return e;
 }
 
-bool startsLike(const fs::path& file, std::string_view magic) {
-  std::array<char, 4> start{};
-  std::FILE* stream = openToRead(file);
-  if (stream == nullptr) return false;
-  const bool whole = std::fread(start.data(), 1, magic.size(), stream) == magic.size();
-  std::fclose(stream);
-  return whole && std::string_view(start.data(), magic.size()) == magic;
-}
-
 RawFormat formatToRead(const fs::path& file) {
   const std::string e = extension(file);
   if (e == ".pgm" || e == ".pnm") return RawFormat::Pgm;
   if (e == ".tif" || e == ".tiff") return RawFormat::Tiff;
   if (e == ".raw16") return RawFormat::Raw16;
   if (e == ".raw12") return RawFormat::Raw12;
-  return fs::is_regular_file(file) && startsLike(file, "P5") ? RawFormat::Pgm : RawFormat::Camera;
+  return startOf(file) == "P5" ? RawFormat::Pgm : RawFormat::Camera;
 }
 
 Mosaic readMosaic(const fs::path& file, RawFormat format, const ReadOptions& options) {
@@ -119,11 +109,15 @@ void requireBuilt([[maybe_unused]] RawFormat format, [[maybe_unused]] const fs::
 #endif
 }
 
-RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
+Mosaic readMosaic(const fs::path& file, const ReadOptions& options) {
   Mosaic mosaic = readMosaic(file, options.format.value_or(formatToRead(file)), options);
   if (options.phase) mosaic.phase = *options.phase;
   if (options.white) mosaic.frame.white = *options.white;
-  RawFrame frame = normalised(std::move(mosaic), file);
+  return mosaic;
+}
+
+RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
+  RawFrame frame = normalised(readMosaic(file, options), file);
   if (options.black) frame.black = *options.black;
   requireBlackBelowWhite(frame, file);
   return frame;
@@ -131,14 +125,15 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options) {
 
 Picture readPicture(const fs::path& file) {
   requireReadable(file);
-  if (startsLike(file, "P5") || startsLike(file, "P6")) return readPnmPicture(file);
-  if (startsLike(file, "\x89PNG")) {
+  const std::string start = startOf(file, 4);
+  if (start.starts_with("P5") || start.starts_with("P6")) return readPnmPicture(file);
+  if (start == "\x89PNG") {
     requireBuilt(PictureFormat::Png, file);
 #ifdef QUORVEL_HAVE_PNG
     return readPng(file);
 #endif
   }
-  if (startsLike(file, "II*") || startsLike(file, "MM")) {
+  if (start.starts_with("II*") || start.starts_with("MM")) {
     requireBuilt(PictureFormat::Tiff, file);
 #ifdef QUORVEL_HAVE_TIFF
     return readTiffPicture(file);
@@ -161,6 +156,13 @@ std::optional<RawFormat> rawFormatToWrite(const fs::path& file) {
   return std::nullopt;
 }
 
+bool isJpegName(const fs::path& file) {
+  const std::string e = extension(file);
+  return e == ".jpg" || e == ".jpeg";
+}
+
+bool isQvbName(const fs::path& file) { return extension(file) == ".qvb"; }
+
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file) {
   const std::string e = extension(file);
   if (e == ".png") return PictureFormat::Png;
@@ -175,17 +177,17 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned
   return e == ".ppm" ? std::nullopt : pictureFormatToWrite(file);
 }
 
-void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format) {
+void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase) {
   switch (format) {
     case RawFormat::Pgm:
-      return writePgm(out, frame);
+      return writePgm(out, frame, phase);
     case RawFormat::Raw16:
       return writeRaw16(out, frame);
     case RawFormat::Raw12:
       return writeRaw12(out, frame);
 #ifdef QUORVEL_HAVE_TIFF
     case RawFormat::Tiff:
-      return writeTiff(out, frame);
+      return writeTiff(out, frame, phase);
 #endif
     default:
       out.giveUp("is of a kind that is not written");

@@ -38,6 +38,9 @@ RawFrame readRawFrame(const fs::path& file, const ReadOptions& options);
 // A finished picture, told by its first bytes: PNG, TIFF, PPM or PGM. Throws DataError.
 Picture readPicture(const fs::path& file);
 
+// The same before it is brought to the library's form, every sample as the file has it.
+Mosaic readMosaic(const fs::path& file, const ReadOptions& options);
+
 // Throws DataError for levels between which no picture has room.
 void requireBlackBelowWhite(const RawFrame& frame, const fs::path& file);
 
@@ -48,11 +51,15 @@ std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file);
 // The same for a picture that may be grey, which no .ppm file is and every .pgm file is.
 std::optional<PictureFormat> pictureFormatToWrite(const fs::path& file, unsigned channels);
 
+bool isJpegName(const fs::path& file);
+bool isQvbName(const fs::path& file);
+
 // Throw DataError where this build lacks the format.
 void requireBuilt(PictureFormat format, const fs::path& file);
 void requireBuilt(RawFormat format, const fs::path& file);
 
-void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format);
+// The phase is noted where it is not the library's own and the format has room for notes.
+void writeRawFrame(OutputFile& out, const RawFrame& frame, RawFormat format, Phase phase = Phase::GRBG);
 void writePicture(OutputFile& out, const Picture& picture, PictureFormat format);
 
 // PNG, or what every build has.

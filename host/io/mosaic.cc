@@ -56,6 +56,11 @@ std::optional<Phase> phaseFromLetters(std::string_view letters) {
   return std::nullopt;
 }
 
+const char* lettersOf(Phase phase) {
+  constexpr std::array kLetters = {"GRBG", "RGGB", "BGGR", "GBRG"};
+  return kLetters[static_cast<std::size_t>(phase)];
+}
+
 RawFrame normalised(Mosaic mosaic, const fs::path& file) {
   if (mosaic.frame.width < 3 || mosaic.frame.height < 3) {
     throw DataError(file, "is smaller than 3 x 3 samples, too small for a mosaic");
@@ -63,6 +68,10 @@ RawFrame normalised(Mosaic mosaic, const fs::path& file) {
   cropToPhase(mosaic);
   reduceTo12Bits(mosaic.frame);
   return std::move(mosaic.frame);
+}
+
+bool fitsFullScale(const RawFrame& frame) {
+  return std::none_of(frame.samples.begin(), frame.samples.end(), [](std::uint16_t v) { return v > kFullScale; });
 }
 
 int whiteOfSamples(const std::vector<std::uint16_t>& samples) {

@@ -17,6 +17,8 @@ enum class Phase { GRBG, RGGB, BGGR, GBRG };
 // From "RGGB" and the like, in letters of either case.
 std::optional<Phase> phaseFromLetters(std::string_view letters);
 
+const char* lettersOf(Phase phase);
+
 struct Mosaic {
   RawFrame frame;  // its levels belong to its own sites, and its samples may exceed 12 bits
   Phase phase = Phase::GRBG;
@@ -26,6 +28,9 @@ struct Mosaic {
 // which makes the next site the first. Samples deeper than 12 bits are rounded to 12, levels with them; shallower ones
 // stay as they are, because the white level says what full means. Throws DataError where nothing would be left.
 RawFrame normalised(Mosaic mosaic, const fs::path& file);
+
+// Whether no sample has more than 12 bits.
+bool fitsFullScale(const RawFrame& frame);
 
 // The white level of samples whose file does not tell it: they are 12-bit unless one of them cannot be.
 int whiteOfSamples(const std::vector<std::uint16_t>& samples);

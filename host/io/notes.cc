@@ -37,9 +37,10 @@ bool apply(std::string_view key, std::string_view value, Mosaic& mosaic) {
 
 }  // namespace
 
-std::string notesOf(const RawFrame& frame) {
+std::string notesOf(const RawFrame& frame, Phase phase) {
   std::string notes = fmt::format("quorvel black {}\nquorvel white {}\n", fmt::join(frame.black, ","), frame.white);
   if (frame.asShot) notes += fmt::format("quorvel as-shot {:.6g}\n", fmt::join(*frame.asShot, ","));
+  if (phase != Phase::GRBG) notes += fmt::format("quorvel phase {}\n", lettersOf(phase));
   for (const Region& r : frame.regions) {
     notes += fmt::format("quorvel region {}={},{},{},{}\n", r.name, r.x, r.y, r.width, r.height);
   }

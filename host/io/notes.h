@@ -12,7 +12,8 @@
 namespace quorvel::host {
 
 // Lines such as "quorvel black 256,252,259,255", each ended by a line feed.
-std::string notesOf(const RawFrame& frame);
+// A phase is told where it is not the library's own.
+std::string notesOf(const RawFrame& frame, Phase phase = Phase::GRBG);
 
 // Takes one line; returns whether it set the white level. Throws DataError for a line of ours that makes no sense.
 bool applyNote(std::string_view line, Mosaic& mosaic, const fs::path& file);

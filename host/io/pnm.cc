@@ -96,15 +96,15 @@ Mosaic readPgm(const fs::path& file) {
   return mosaic;
 }
 
-void writePgm(OutputFile& out, const RawFrame& frame) {
+void writePgm(OutputFile& out, const RawFrame& frame, Phase phase) {
   std::string header = "P5\n";
-  const std::string notes = notesOf(frame);
+  const std::string notes = notesOf(frame, phase);
   for (std::size_t from = 0; from < notes.size();) {
     const std::size_t end = notes.find('\n', from);
     header += "# " + notes.substr(from, end + 1 - from);
     from = end + 1;
   }
-  header += fmt::format("{} {}\n{}\n", frame.width, frame.height, kFullScale);
+  header += fmt::format("{} {}\n{}\n", frame.width, frame.height, fitsFullScale(frame) ? kFullScale : 65535);
   out.write(header.data(), header.size());
   writeBigEndian(out, frame.samples);
 }

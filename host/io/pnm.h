@@ -10,7 +10,7 @@
 namespace quorvel::host {
 
 Mosaic readPgm(const fs::path& file);
-void writePgm(OutputFile& out, const RawFrame& frame);
+void writePgm(OutputFile& out, const RawFrame& frame, Phase phase = Phase::GRBG);
 
 // The linear planes of a PPM file, sample values unchanged.
 Planes readPpm(const fs::path& file);

@@ -190,8 +190,8 @@ Picture readTiffPicture(const fs::path& path) {
   return picture;
 }
 
-void writeTiff(OutputFile& out, const RawFrame& frame) {
-  writeImage(out, frame.width, frame.height, 1, 16, frame.samples.data(), notesOf(frame));
+void writeTiff(OutputFile& out, const RawFrame& frame, Phase phase) {
+  writeImage(out, frame.width, frame.height, 1, 16, frame.samples.data(), notesOf(frame, phase));
 }
 
 void writeTiff(OutputFile& out, const Picture& picture) {

@@ -11,7 +11,7 @@ namespace quorvel::host {
 
 Mosaic readTiff(const fs::path& file);
 Picture readTiffPicture(const fs::path& file);
-void writeTiff(OutputFile& out, const RawFrame& frame);
+void writeTiff(OutputFile& out, const RawFrame& frame, Phase phase = Phase::GRBG);
 void writeTiff(OutputFile& out, const Picture& picture);
 
 }  // namespace quorvel::host

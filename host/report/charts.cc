@@ -81,4 +81,51 @@ Picture histogramPlot(const Histogram& histogram, int white) {
   return std::move(canvas).picture();
 }
 
+Picture tablePlot(const ColourTable& table) {
+  constexpr unsigned kSide = 2 * 252, kPanel = kSide + 24, kMiddleLevel = 32;  // two dots a step
+  constexpr Ink kPaper = {44, 49, 54}, kRule = {70, 77, 84};
+  constexpr std::array kNames = {"RED", "GREEN", "BLUE"};
+  constexpr std::array<Ink, 3> kInks = {{{214, 84, 72}, {92, 176, 92}, {88, 132, 220}}};
+  Canvas canvas(2 * (kPanel + kGap) + kGap, 2 * (kPanel + 2 * kGap + kLine) + kGap);
+  const auto panel = [&](unsigned i, const std::string& title) {
+    const std::array<unsigned, 2> at = {kGap + i % 2 * (kPanel + kGap), kGap + i / 2 * (kPanel + 2 * kGap + kLine)};
+    canvas.write(at[0], at[1], title, kText);
+    canvas.box(at[0], at[1] + kLine + kGap, kPanel, kPanel, kPaper);
+    return std::array{at[0] + 12.0, at[1] + kLine + kGap + 12.0 + kSide};  // the origin, below on the left
+  };
+  const auto ink = [](float r, float g, float b) {
+    const auto part = [](float v) { return static_cast<std::uint8_t>(std::clamp(v, 0.0f, 255.0f)); };
+    return Ink{part(r), part(g), part(b)};
+  };
+  const auto put = [&](const std::array<double, 2>& origin, double x, double y, unsigned size, Ink colour) {
+    const auto corner = [size](double v) { return static_cast<unsigned>(std::lround(v - (size - 1) / 2.0)); };
+    canvas.box(corner(origin[0] + 2 * x), corner(origin[1] - 2 * y), size, size, colour);
+  };
+  // The plane of axes a and b, the third channel in its middle.
+  const auto plane = [&](unsigned i, unsigned a, unsigned b) {
+    const auto origin = panel(i, std::string(kNames[a]) + " AND " + kNames[b]);
+    for (unsigned la = 0; la < kTableLevels; la += 3) {
+      for (unsigned lb = 0; lb < kTableLevels; lb += 3) {
+        std::array<unsigned, 3> level = {kMiddleLevel, kMiddleLevel, kMiddleLevel};
+        level[a] = la, level[b] = lb;
+        const float* to = table.at(level[0], level[1], level[2]);
+        const double x0 = 4.0 * la, y0 = 4.0 * lb, dx = to[a] - x0, dy = to[b] - y0;
+        const double steps = std::max(1.0, std::ceil(2 * std::hypot(dx, dy)));
+        const Ink colour = ink(to[0], to[1], to[2]);
+        for (double s = 0; s <= steps; ++s) put(origin, x0 + dx * s / steps, y0 + dy * s / steps, 1, kDim);
+        put(origin, to[a], to[b], 5, colour);
+      }
+    }
+  };
+  plane(0, 0, 1);
+  plane(1, 0, 2);
+  plane(2, 1, 2);
+  const auto origin = panel(3, "GREYS");
+  for (double s = 0; s <= 252; s += 0.5) put(origin, s, s, 1, kRule);
+  for (unsigned level = 0; level < kTableLevels; ++level) {
+    for (unsigned c = 0; c < 3; ++c) put(origin, 4.0 * level, table.at(level, level, level)[c], 4, kInks[c]);
+  }
+  return std::move(canvas).picture();
+}
+
 }  // namespace quorvel::host

@@ -21,11 +21,17 @@ struct SheetEntry {
   std::optional<double> megapixelsPerSecond;
 };
 
+// A picture of its own below the others.
+struct SheetFigure {
+  std::string title, file;
+};
+
 struct Sheet {
   std::string frame;                // its name
   std::string remarks;              // about the run: version, target
   std::vector<SheetEntry> entries;  // of one size
   std::vector<Region> regions;      // inside it
+  std::vector<SheetFigure> figures;
 };
 
 // The page. It needs the entries' files beside it and nothing else.

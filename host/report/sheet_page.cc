@@ -34,6 +34,7 @@ td.bar span { display: block; height: 10px; border-radius: 5px; background: var(
 .row { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 258px), 1fr)); gap: 14px; }
 figure { background: var(--raised); border: 1px solid var(--line); border-radius: 10px; overflow: hidden; }
 .crop { width: 100%; image-rendering: pixelated; background-repeat: no-repeat; }
+.plot { display: block; max-width: 100%; height: auto; margin: 0 auto; }
 figcaption { padding: 8px 12px; font-size: 14px; color: var(--dim); }
 )";
 
@@ -138,6 +139,10 @@ std::string sheetPage(const Sheet& sheet) {
     html += fmt::format("<h2>{}</h2>\n<div class=\"row\">\n", title);
     for (const SheetEntry& e : sheet.entries) html += crop(e, region);
     html += "</div>\n";
+  }
+  for (const SheetFigure& f : sheet.figures) {
+    html += fmt::format("<h2>{1}</h2>\n<figure><img class=\"plot\" src=\"{0}\" alt=\"{1}\"></figure>\n", f.file,
+                        escaped(f.title));
   }
   return html + "</main></body></html>\n";
 }

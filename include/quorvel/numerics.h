@@ -7,9 +7,13 @@
 /// stay as they are, and a routine that fails leaves its outputs alone unless it says otherwise. Unless stated, inputs
 /// are finite numbers.
 ///
-/// Bits: every result in double is the same on every processor and platform. What computes in `long double` (the names
-/// with an L or LD) agrees to double precision; see `sMatrixLD`. On x86 it relies on the processor's 64-bit
-/// mantissas, which a 32-bit Windows host must not have switched off.
+/// Threads: LAPACK's solvers start none. Large eliminations (`CSimplexProgram`) use OpenMP's, as many as the variable
+/// OMP_NUM_THREADS allows; on a machine that is busy with other work, 1 is quickest.
+///
+/// Bits: every result in double is the same on every processor and platform, LAPACK's in builds with LAPACK's own
+/// sources (QUORVEL_LAPACK_SOURCE), as the packaged ones are. What computes in `long double` (the names with an L or
+/// LD) agrees to double precision; see `sMatrixLD`. On x86 it relies on the processor's 64-bit mantissas, which a
+/// 32-bit Windows host must not have switched off.
 #ifndef QUORVEL_NUMERICS_H_
 #define QUORVEL_NUMERICS_H_
 

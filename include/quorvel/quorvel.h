@@ -6,8 +6,11 @@
 
 #include <quorvel/bayer.h>
 #include <quorvel/codec.h>
+#include <quorvel/colour.h>
 #include <quorvel/errors.h>
+#include <quorvel/files.h>
 #include <quorvel/geometry.h>
+#include <quorvel/grids.h>
 #include <quorvel/guards.h>
 #include <quorvel/matrices.h>
 #include <quorvel/numerics.h>

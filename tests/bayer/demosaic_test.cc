@@ -140,5 +140,55 @@ TEST(Demosaic, GreyGoesIntoAllPlanes) {
   }
 }
 
+// The two row routines of method 1, called as a host would that keeps work rows of its own: together they make the
+// planes that the whole method makes.
+TEST(Demosaic, RowRoutinesMakeMethodOne) {
+  onEveryTarget([] {
+    for (const unsigned width : {2u, 6u, 40u, 131u}) {
+      constexpr int kHeight = 6;
+      const Frame f = makeFrame(width, kHeight, width, Pattern::Random, 0, 4095, 3);
+      const int w = f.width, stride = w + 4;
+      GuardedBuffer<std::uint16_t> work(static_cast<std::size_t>(stride * (kHeight + 4)));
+      GuardedBuffer<std::uint16_t> r(f.samples.size()), g(f.samples.size()), b(f.samples.size());
+      for (int i = 0; i < stride * (kHeight + 4); ++i) {
+        work.data()[i] = static_cast<std::uint16_t>(f(i / stride - 2, i % stride - 2));
+      }
+      const auto workRow = [&](int y) { return work.data() + (y + 2) * stride + 2; };
+      const Planes expected = reference::gradient(f);
+      for (int y = 0; y < kHeight; ++y) {  // odd rows shifted by one, the ends completed by the caller
+        const int shift = y % 2;
+        if (shift == 1) g.data()[y * w] = expected.plane[reference::kGreen][static_cast<std::size_t>(y * w)];
+        EXPECT_EQ(laplasian2T1_green2(workRow(y) + shift, width - static_cast<unsigned>(shift),
+                                      static_cast<unsigned>(stride), g.data() + y * w + shift),
+                  0);
+      }
+      EXPECT_TRUE(holds(g, expected.plane[reference::kGreen]));
+      for (int y = 0; y < kHeight; y += 2) {
+        EXPECT_EQ(laplasian2T1_NOTgreen(workRow(y), width, r.data() + y * w, g.data() + y * w, b.data() + y * w, y == 0,
+                                        y == kHeight - 2),
+                  0);
+      }
+      EXPECT_TRUE(holds(r, expected.plane[reference::kRed]) && holds(b, expected.plane[reference::kBlue]));
+    }
+  });
+}
+
+TEST(SurfacePreparation, TransposeAndGatherSortByComponent) {
+  using Bytes = std::vector<std::uint8_t>;
+  constexpr unsigned kBlocks = 3, kPlanes = 9, kStride = 8 * kBlocks + 5;
+  const auto sorted = [](const Bytes& records, Bytes& blocks, Bytes& planes) {
+    for (unsigned i = 0; i < records.size(); ++i) {
+      blocks[i / 72 * 72 + i % 9 * 8 + i / 9 % 8] = planes[i % 9 * kStride + i / 9] = records[i];
+    }
+  };
+  const auto routines = [](auto* records, auto* blocks, auto* planes) {
+    for (unsigned k = 0; k < kBlocks; ++k) transpone_9x8_MMX(records + 72 * k, blocks + 72 * k);
+    copy9_1_9x(blocks, planes, kBlocks, kStride, kPlanes);
+  };
+  const Bytes records = samples<std::uint8_t>(8 * kPlanes * kBlocks, Pattern::Random);
+  prove(Guard::AfterEnd, routines, sorted, records, room<std::uint8_t>(records.size()),
+        room<std::uint8_t>(kStride * (kPlanes - 1) + 8 * kBlocks));
+}
+
 }  // namespace
 }  // namespace quorvel::test

@@ -186,10 +186,11 @@ TEST(Huffman, StreamsAreTheModelsAndComeBack) {
   };
   for (const HuffmanDefinition& definition : definitions()) {
     Tables tables(definition);
-    for (const int mode : {0, 1}) ASSERT_EQ(prepareBigCache(tables.encode.get(), mode), 0);
     for (const Kind& k : {Kind{1, 0, 1}, {1, 100, 15}, {3, 2, 3}, {40, 3, 2}, {70, 12, 6}, {9, 60, 10}, {33, 90, 15}}) {
       SCOPED_TRACE(testing::Message() << k.blocks << " blocks, " << k.percent << " %, " << k.size << " bits");
       for (unsigned seed = 0; seed < 3; ++seed) {
+        if (seed == 2) releaseBigCache(tables.encode.get());  // the same streams are made without it
+        for (int mode = 0; mode < 2 && seed == 0; ++mode) ASSERT_EQ(prepareBigCache(tables.encode.get(), mode), 0);
         const Blocks blocks = reference::blocksOf(k.blocks, k.percent, k.size, seed);
         onEveryTarget([&] {
           provePelto(blocks, tables);
@@ -197,51 +198,6 @@ TEST(Huffman, StreamsAreTheModelsAndComeBack) {
         });
         if (testing::Test::HasFailure()) return;
       }
-    }
-    releaseBigCache(tables.encode.get());
-  }
-}
-
-// Any bits: the fast decoders see what the slow one sees, and leave the stream where it leaves it.
-TEST(Huffman, HostileDataAreReadAlikeOrRefused) {
-  auto tables = definitions();
-  tables.push_back(kLuminanceAC);  // a code is left undefined
-  for (const HuffmanDefinition& definition : tables) {
-    const Tables t(definition);
-    for (unsigned seed = 0; seed < 200; ++seed) {
-      constexpr unsigned kBlocks = 6;
-      const auto stream = samples<std::uint8_t>(kBlocks * 256 + 8, kAllPatterns[seed % 3], seed);
-      Stream slow(const_cast<std::uint8_t*>(stream.data())), fast = slow;
-      std::array<Blocks, 3> out;
-      out.fill(Blocks(64 * kBlocks));
-      unsigned completed = 0;
-      int status = 0;
-      for (; completed < kBlocks && status == 0; completed += status == 0) {
-        const auto at = [&](Blocks& blocks) { return blocks.data() + 64 * completed; };
-        status = decodeHuffmanPeltoBlockSlow(0, &slow.state, at(out[0]), t.decode.get());
-        ASSERT_EQ(decodeHuffmanPeltoBlockFast(0, &fast.state, at(out[1]), t.decode.get()), status);
-        ASSERT_TRUE(sameState(slow.state, fast.state)) << seed;
-        ASSERT_EQ(out[0], out[1]) << seed;
-      }
-      CHuffmanProgress progress;
-      ASSERT_EQ(decodeHuffmanPeltoFastAllBounded(stream.data(), static_cast<unsigned>(stream.size()), out[2].data(),
-                                                 kBlocks, t.decode.get(), &progress),
-                status);
-      if (status == 0) {
-        ASSERT_EQ(out[0], out[2]) << seed;
-      }
-      ASSERT_EQ(progress.blocks, completed);
-      Stream jpeg(const_cast<std::uint8_t*>(stream.data()));
-      const c_decode_tbl* both[] = {t.decode.get(), t.decode.get()};
-      completed = 0;
-      do {
-        status = decodeHuffmanBlock(0, &jpeg.state, out[0].data() + 64 * completed, both[0], both[1]);
-      } while (status == 0 && ++completed < kBlocks);
-      ASSERT_EQ(decodeHuffmanFastAllBounded(stream.data(), static_cast<unsigned>(stream.size()), out[2].data(), kBlocks,
-                                            both, 1, 1, 1, 1, &progress),
-                status);
-      ASSERT_EQ(progress.blocks, completed);
-      ASSERT_EQ(progress.bits, 8u * jpeg.state.byteCount - jpeg.state.bitCount);
     }
   }
 }

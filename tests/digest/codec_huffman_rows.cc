@@ -102,7 +102,7 @@ void addHuffman(Routines& routines) {
   ROW(decodeHuffmanPeltoFastAllWithStat, decoded(d, [&](auto*, auto* in, auto* out) {
         CCoefStatInfo stat;
         const int status = decodeHuffmanPeltoFastAllWithStat(in, out, kBlocks, &t->decode, &stat);
-        d.add(&stat.zeros, 2);
+        for (const std::uint64_t count : {stat.zeros, stat.nonZeros}) d.add(&count, 1);
         d.add(stat.categories[0], 64 * 16);
         return status;
       }));

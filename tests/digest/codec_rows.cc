@@ -15,10 +15,10 @@ struct WithoutResult<kRoutine, Result (*)(Parameters...)> {
 };
 
 // Every call begins with the client's usual tables, whatever was called before.
-#define TRANSFORM(routine, ...)                                                 \
-  routines[#routine] = [=](Digest& d) {                                         \
-    fillTransformTables();                                                      \
-    digestCall(d, &WithoutResult<&routine>::call __VA_OPT__(, ) __VA_ARGS__);   \
+#define TRANSFORM(routine, ...)                                               \
+  routines[#routine] = [=](Digest& d) {                                       \
+    fillTransformTables();                                                    \
+    digestCall(d, &WithoutResult<&routine>::call __VA_OPT__(, ) __VA_ARGS__); \
   }
 
 void addTransforms(Routines& routines) {
@@ -41,10 +41,10 @@ void addTransforms(Routines& routines) {
     digestCall(d, &WithoutResult<&calcFDCT16_w>::call, 24);
     setJpegSubWord(2048);
   };
-#define TABLE(getter, count)             \
-  routines[#getter] = [](Digest& d) {    \
-    fillTransformTables();               \
-    d.add(getter(), count);              \
+#define TABLE(getter, count)          \
+  routines[#getter] = [](Digest& d) { \
+    fillTransformTables();            \
+    d.add(getter(), count);           \
   }
   TABLE(getFDCT64, 64);
   TABLE(getFDCT64_2, 128);
@@ -98,9 +98,8 @@ void addFloats(Routines& routines) {
   row("calcIDCTFlt_strip", [=](float* out) {
     calcIDCTFlt_strip(coefs.data(), 5, scale.data(), a.data(), b.data(), reinterpret_cast<std::uint8_t*>(out), 43, 1);
   });
-  row("deMulFltOkrugV", [=](float* out) {
-    deMulFltOkrugV(a.data(), reinterpret_cast<std::int16_t*>(out + 2000), out, 0.37f, 1003, 0);
-  });
+  row("deMulFltOkrugV",
+      [=](float* out) { deMulFltOkrugV(a.data(), reinterpret_cast<std::int16_t*>(out + 2000), out, 0.37f, 1003, 0); });
 }
 
 }  // namespace

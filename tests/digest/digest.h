@@ -109,6 +109,8 @@ using Routines = std::map<std::string, std::function<void(Digest&)>>;
 void addRuntime(Routines& routines);
 void addPixel(Routines& routines);
 void addBayer(Routines& routines);
+void addCodec(Routines& routines);
+void addColour(Routines& routines);
 void addGeometry(Routines& routines);
 void addNumerics(Routines& routines);
 void addCodec(Routines& routines);

@@ -60,6 +60,7 @@ Routines allRoutines() {
            addCodec,
            addHuffman,
            addNumerics,
+           addColour,
        }) {
     add(routines);
   }

@@ -105,7 +105,7 @@ TEST_F(Failures, WrongArgumentsEndWithStatusTwo) {
            Case{"scene out.pgm --width 63", 2, "from 64 to 16384"},
            Case{"scene out.pgm --seed -1", 2, "seed"},
            Case{"contact-sheet good.pgm -o sheet --crop a=1,2,3", 2, "'a=1,2,3' is not NAME=X,Y,WIDTH,HEIGHT"},
-           Case{"info more", 2, "more"},
+           Case{"info more 2", 2, "2"},
        }) {
     SCOPED_TRACE(c.arguments);
     expectOneLine(quorvel(c.arguments), c.status, c.says);

@@ -144,9 +144,6 @@ TEST(Sparse, StorageKeepsItsRules) {
   EXPECT_EQ(s.insertCoef(1, 4, 3.5), 1);  // not merged
   EXPECT_EQ(s.insertCoef(0, 4, 4.5), 0);
   EXPECT_EQ(s.count(), 2);
-  EXPECT_DEATH(s.insertCoef(0, 5, 1), "line 5 is not among the 5");
-  EXPECT_DEATH(s.insertCoef(-1, 0, 1), "position -1");
-  EXPECT_DEATH(s.extractFrom(s, 0, 5, 0, 0), "line 5 is not among the 5");
 
   // The pool grows by the share of the lines that filled it: 4 * 11 entries held 4 lines and 4 of the fifth.
   s.createSparseMatrix(10, 10, 0);
@@ -250,9 +247,22 @@ TEST(Equations, ConvertCountAndPrint) {
   double x[4] = {7, 7, 7, 7};
   EXPECT_EQ(list.calcResult(x), matErrorInfinitelyManySolutions);
   EXPECT_EQ(x[0], 7);
-  EXPECT_DEATH(list.insertMult(3, 0, 1), "equation 3 is not among the 3");
+}
+
+#if !defined(_WIN32)  // where a stopped process asks its user
+TEST(SparseDeathTest, IndicesOutOfRangeStopTheProcess) {
+  QSparseMatrix s;
+  s.createSparseMatrix(5, 2, 0);
+  sMatrixList list;
+  list.createEquationList(4, 0);
+  list.createEquation(0);
+  EXPECT_DEATH(s.insertCoef(0, 5, 1), "line 5 is not among the 5");
+  EXPECT_DEATH(s.insertCoef(-1, 0, 1), "position -1");
+  EXPECT_DEATH(s.extractFrom(s, 0, 5, 0, 0), "line 5 is not among the 5");
+  EXPECT_DEATH(list.insertMult(1, 0, 1), "equation 1 is not among the 1");
   EXPECT_DEATH(list.insertMult(0, 4, 1), "unknown 4 is not among the 4");
 }
+#endif
 
 // The sparse road, with its order and its factor, against LAPACK on the same equations, for patterns of all kinds.
 TEST(Equations, SparseSolutionIsTheDenseOne) {
