@@ -35,6 +35,9 @@ struct InverseBlocks {
   Sample* out;
   std::size_t stride;  // bytes
   bool zigzag = false;
+
+  // For calls that have only one: the compiler then drops the loop.
+  InverseBlocks firstAlone() const { return {coefs, 1, steps, out, stride}; }
 };
 using InverseWords = InverseBlocks<std::uint16_t>;
 using InverseBytes = InverseBlocks<std::uint8_t>;
@@ -105,10 +108,10 @@ const CopiedFactor<4> clientsFactor() { return {transformTables.inverseLeft}; }
 
 }  // namespace
 
-void inverse12(const InverseWords& block) { transformBack(clientsFactor(), kTo12Bits, block); }
-void inverse8(const InverseWords& block) { transformBack(clientsFactor(), kTo8Bits, block); }
+void inverse12(const InverseWords& block) { transformBack(clientsFactor(), kTo12Bits, block.firstAlone()); }
+void inverse8(const InverseWords& block) { transformBack(clientsFactor(), kTo8Bits, block.firstAlone()); }
 void inverse8EightCopies(const InverseWords& block) {
-  transformBack(CopiedFactor<8>{transformTables.inverseLeft8}, kTo8Bits, block);
+  transformBack(CopiedFactor<8>{transformTables.inverseLeft8}, kTo8Bits, block.firstAlone());
 }
 void inverse12Strip(const InverseWords& blocks) { transformBack(PreparedFactor(clientsFactor()), kTo12Bits, blocks); }
 void inverse8Strip(const InverseBytes& blocks) { transformBack(PreparedFactor(clientsFactor()), kTo8Bits, blocks); }

@@ -37,7 +37,7 @@ class WorkVectors {
   T fixed_[kVectors][kFixed];
 };
 
-// The power of 2 that brings a magnitude between 1/2 and 2 when it multiplies rows and columns both.
+// The power of 2 that brings a magnitude between 1/4 and 2 when it multiplies rows and columns both.
 template <typename T>
 T scaleOf(long double magnitude) {
   int exponent;

@@ -62,7 +62,6 @@ struct Picture {
   unsigned maximum = 255;  // the sample value that means white
   std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>> samples;
   unsigned channels = 3;  // or 1: grey
-  unsigned channels = 3;  // or 1
 
   bool is16() const { return samples.index() == 1; }
 };

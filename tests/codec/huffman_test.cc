@@ -35,7 +35,7 @@ HuffmanDefinition optimal(const std::array<std::uint32_t, 256>& frequencies) {
 std::vector<HuffmanDefinition> definitions() {
   std::array<std::uint32_t, 256> falling, rising;
   for (unsigned s = 0; s < 256; ++s) {
-    falling[s] = 1 + (0x40000000u >> (s / 16 + 2 * (s % 16)));
+    falling[s] = 1 + static_cast<std::uint32_t>(std::uint64_t{1} << 30 >> (s / 16 + 2 * (s % 16)));
     rising[255 - s] = falling[s];
   }
   HuffmanDefinition flat = {{0, 0, 0, 0, 0, 0, 1, 253, 2}, {}};

@@ -82,39 +82,37 @@ TEST(SmallSystems, HandComputedValues) {
   EXPECT_EQ(std::memcmp(kept, zero, sizeof zero), 0);
 }
 
-TEST(SmallSystems, InverseAndLeastSquaresAgreeWithWideArithmetic) {
+template <typename T>
+void proveSmall(int (*reverse)(const T*, T*, int), int (*solve)(const T (*)[4], T*), double leastDigits) {
   Numbers number(1);
   for (int round = 0; round < 200; ++round) {
-    double a[9], inverse[9], rows[4][4], x[3];
-    long double aL[9], inverseL[9], rowsL[4][4], xL[3];
-    for (int i = 0; i < 9; ++i) aL[i] = a[i] = std::ldexp(number(), 20 * (i / 3));  // rows in units of their own
+    T a[9], inverse[9], rows[4][4], x[3];
+    for (int i = 0; i < 9; ++i) a[i] = std::ldexp(number(), 20 * (i / 3));  // rows in units of their own
     std::vector<Doubles> design(4, Doubles(3));
     Doubles sides(4);
-    for (int i = 0; i < 16; ++i) {
-      rowsL[i / 4][i % 4] = rows[i / 4][i % 4] = number();
-      (i % 4 < 3 ? design[static_cast<std::size_t>(i / 4)][static_cast<std::size_t>(i % 4)]
-                 : sides[static_cast<std::size_t>(i / 4)]) = rows[i / 4][i % 4];
+    for (std::size_t i = 0; i < 16; ++i) {
+      const double v = number();
+      rows[i / 4][i % 4] = v;
+      (i % 4 < 3 ? design[i / 4][i % 4] : sides[i / 4]) = v;
     }
     for (const int mode : {0, 1}) {
-      ASSERT_EQ(reverseD3(a, inverse, mode), 0);
-      ASSERT_EQ(reverseLD3(aL, inverseL, mode), 0);
-      for (int k = 0; k < 3; ++k) {
-        WideRows m(3);
-        for (int i = 0; i < 9; ++i)
-          m[static_cast<std::size_t>(i / 3)].push_back(mode == 0 ? a[i] : a[i % 3 * 3 + i / 3]);
+      ASSERT_EQ(reverse(a, inverse, mode), 0);
+      WideRows m(3);
+      for (std::size_t i = 0; i < 9; ++i) m[i / 3].push_back(mode == 0 ? a[i] : a[i % 3 * 3 + i / 3]);
+      for (std::size_t k = 0; k < 3; ++k) {
         std::vector<Wide> unit(3);
-        unit[static_cast<std::size_t>(k)] = 1;
-        const auto expected = wideSolve(m, unit);
-        EXPECT_GT(digits(Doubles{inverse[k], inverse[3 + k], inverse[6 + k]}, expected), 11);
-        EXPECT_GT(digits(std::vector<long double>{inverseL[k], inverseL[3 + k], inverseL[6 + k]}, expected), 14);
+        unit[k] = 1;
+        EXPECT_GT(digits(std::vector<T>{inverse[k], inverse[3 + k], inverse[6 + k]}, wideSolve(m, unit)), leastDigits);
       }
     }
-    ASSERT_EQ(solve4x3(rows, x), 0);
-    ASSERT_EQ(solve4x3L(rowsL, xL), 0);
-    const auto expected = wideLeastSquares(design, sides);
-    EXPECT_GT(digits(Doubles(x, x + 3), expected), 11);
-    EXPECT_GT(digits(std::vector<long double>(xL, xL + 3), expected), 14);
+    ASSERT_EQ(solve(rows, x), 0);
+    EXPECT_GT(digits(std::vector<T>(x, x + 3), wideLeastSquares(design, sides)), leastDigits);
   }
+}
+
+TEST(SmallSystems, InverseAndLeastSquaresAgreeWithWideArithmetic) {
+  proveSmall<double>(reverseD3, solve4x3, 11);
+  proveSmall<long double>(reverseLD3, solve4x3L, 14);
   const double dependent[9] = {1, 2, 3, 2, 4, 6, 0.1, 5, 1},
                columns[4][4] = {{1, 3, 4}, {2, .1, 2.1}, {7, 1, 8}, {1, 1, 2}};
   double untouched[9] = {5};
