@@ -119,7 +119,7 @@ int fitPoints(const Arguments& a, Model model) {
   Json residuals = Json::array();
   for (std::size_t i = 0; i < points.size(); ++i) {
     const TiePoint& p = points[i];
-    marks.push_back({p.output, q.residuals[i], p.weight > 0 ? 0u : 1u, q.outliers[i]});
+    marks.push_back({p.output, q.residuals[i], p.weight > 0 ? 0u : 1u, q.weights[i] > 0, q.outliers[i]});
     listed.push_back({p.line, fmt::format("{:g}, {:g}", p.output.x, p.output.y)});
     residuals.push_back(
         {{"line", p.line}, {"x", q.residuals[i].x}, {"y", q.residuals[i].y}, {"outlier", bool{q.outliers[i]}}});
@@ -172,7 +172,7 @@ int fitPhotos(const Arguments& a) {
   for (std::size_t t = 0; t < block.tied.size(); ++t) {
     const Sighting& s = sightings.all[block.tied[t]];
     const std::string &photo = sightings.photos[s.photo], &point = sightings.points[s.point];
-    marks.push_back({block.places[s.point], q.residuals[t], s.photo, q.outliers[t]});
+    marks.push_back({block.places[s.point], q.residuals[t], s.photo, q.weights[t] > 0, q.outliers[t]});
     listed.push_back({s.line, fmt::format("'{}' in '{}'", point, photo)});
     residuals.push_back({{"line", s.line},
                          {"photo", photo},

@@ -41,7 +41,7 @@ Picture residualPlot(const std::vector<ResidualMark>& marks, std::string_view ti
   for (const ResidualMark& m : marks) {
     low = {std::min(low.x, m.at.x), std::min(low.y, m.at.y)};
     high = {std::max(high.x, m.at.x), std::max(high.y, m.at.y)};
-    if (!m.outlier) largest = std::max(largest, std::hypot(m.residual.x, m.residual.y));
+    if (m.used) largest = std::max(largest, std::hypot(m.residual.x, m.residual.y));
   }
   const double extent = std::max({high.x - low.x, high.y - low.y, 1e-9}), scale = kLongSide / extent;
   const auto side = [&](double length) {
@@ -75,9 +75,9 @@ Picture residualPlot(const std::vector<ResidualMark>& marks, std::string_view ti
   const auto barLength = static_cast<unsigned>(std::lround(bar * enlarged));
   const unsigned below = top + height + kGap;
   canvas.box(kGap, below + kLine / 2 - 1, barLength, 3, kText);
-  canvas.write(2 * kGap + barLength, below, fmt::format("{:.7g} PIXELS OF RESIDUAL", bar), kText);
+  canvas.write(2 * kGap + barLength, below, fmt::format("A RESIDUAL OF {:.7g} PX", bar), kText);
   const auto count = std::count_if(marks.begin(), marks.end(), [](const ResidualMark& m) { return m.outlier; });
-  canvas.write(kGap, below + kLine + kGap, fmt::format("{} OUTLIERS IN RED", count), count > 0 ? kOutlier : kDim);
+  canvas.write(kGap, below + kLine + kGap, fmt::format("OUTLIERS IN RED {}", count), count > 0 ? kOutlier : kDim);
   return std::move(canvas).picture();
 }
 

@@ -14,11 +14,11 @@ namespace quorvel::host {
 struct ResidualMark {
   Place at, residual;
   std::size_t group;  // drawn in a colour of its own
-  bool outlier;
+  bool used, outlier;
 };
 
 // A dot for every place, y downwards as in pictures, with its residual as a stroke, all enlarged alike as the bar below
-// tells. Outliers are red squares, and their strokes end where they would leave the measure of the others.
+// tells. Outliers are red squares. Strokes of what was not used end where they would leave the measure of the others.
 Picture residualPlot(const std::vector<ResidualMark>& marks, std::string_view title);
 
 }  // namespace quorvel::host

@@ -337,7 +337,8 @@ void iterate(std::vector<double>& unknowns, const std::function<void(const doubl
   auto context = linearise;
   if (trySolveNonLinearEqv(equations, unknowns.data(), static_cast<int>(unknowns.size()), call, &context, kTolerance,
                            kMostIterations, error) < 0) {
-    throw FitError(fmt::format("the iterations fail (error {}: {})", error.getCode(), libraryText(error)));
+    throw FitError(
+        fmt::format("the points hardly determine the model (error {}: {})", error.getCode(), libraryText(error)));
   }
 }
 

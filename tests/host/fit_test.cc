@@ -253,10 +253,11 @@ TEST_F(FitPoints, RefusesWhatCannotBeFitted) {
                {"0,0,0,0\n9,0,9,1\n0,9,1,9\n9,9,8,8,0\n", "projective", "3 points with a weight", 1},
                {line, "affine", "one line (error 21766: бесконечное кол-во решений)", 1},
                {line, "projective", "one line", 1},
-               {line + "9,9,9,9\n", "projective", "all but one", 1},
+               {line + "9,9,9,9\n", "projective", "hardly determine", 1},
+               {"0,0,0,0\n1,2,1,2\n2,4,2,4\n3,6,3,6\n9,9,9,9\n", "projective", "all but one", 1},
                {line, "poly2", "one curve", 1},
                {"0,0,0,0\n9,0,1,2\n0,9,2,4\n9,9,3,6\n", "affine", "source lie on one line (error 21774", 1},
-               {"a,1,0,0\na,2,9,0\na,3,0,9\n", "bundle-lite", "shares 0 points", 1},
+               {"a,1,0,0\na,2,9,0\na,3,0,9\n", "bundle-lite", "two photos", 1},
                {"a,1,0,0\na,2,9,0\na,3,0,9\nb,1,0,0\nb,2,1,1\n", "bundle-lite", "'a' shares 2 points", 1},
                {"a,1,0,0\na,2,9,0\na,3,18,0\nb,1,0,0\nb,2,1,1\nb,3,2,2\n", "bundle-lite", "one line", 1},
                {"a,1,0,0\na,2,9,0\na,3,0,9\nb,1,0,0\nb,2,1,1\nb,3,2,0\n"
