@@ -64,6 +64,11 @@ void printQuality(const Arguments& a, std::string_view what, const Quality& q, c
                q.residuals[i].y);
   }
   if (outliers > kShown) fmt::print("  and {} more outliers\n", outliers - kShown);
+  for (std::size_t i = 0; i < listed.size(); ++i) {
+    if (q.weights[i] > 0 || q.outliers[i]) continue;
+    fmt::print("  compared: line {}, {}: {:.2f}, {:.2f} px off\n", listed[i].line, listed[i].place, q.residuals[i].x,
+               q.residuals[i].y);
+  }
   if (q.redundancy <= 0) fmt::print("  no point more than the model needs: errors cannot show\n");
 }
 
