@@ -83,7 +83,7 @@ void printCoefficients(const Coefficients& c) {
   }
 }
 
-// The files of a run: all stand in the end, or none.
+// The files of a run, all of which are finished before the first gets its name.
 class Outputs {
  public:
   Outputs(const Arguments& a) : a_(a) {}

@@ -67,7 +67,7 @@ Fit fitTransform(const std::vector<TiePoint>& points, Model model, const RobustS
 struct Block {
   struct Photo {
     std::string name;
-    Coefficients coefficients;  // no covariance of the reference, nor in blocks too large for it
+    Coefficients coefficients;  // without a covariance for the reference
     std::size_t used = 0, outliers = 0;
     double rms = 0;
   };
