@@ -19,6 +19,7 @@ void addCalibrate(CLI::App& program, Action& chosen);
 void addHistogram(CLI::App& program, Action& chosen);
 void addReduce(CLI::App& program, Action& chosen);
 void addRotate(CLI::App& program, Action& chosen);
+void addFit(CLI::App& program, Action& chosen);
 void addWarp(CLI::App& program, Action& chosen);
 void addJpeg(CLI::App& program, Action& chosen);
 void addCompress(CLI::App& program, Action& chosen);

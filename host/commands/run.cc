@@ -38,6 +38,7 @@ int run(std::vector<std::string> arguments) {
   addHistogram(program, chosen);
   addReduce(program, chosen);
   addRotate(program, chosen);
+  addFit(program, chosen);
   addWarp(program, chosen);
   addJpeg(program, chosen);
   addCompress(program, chosen);
