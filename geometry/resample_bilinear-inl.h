@@ -314,7 +314,7 @@ HWY_INLINE void bilinearRun(const Line& line, const BilinearOptions& options, st
       ySteps = hn::Mul(used, set(line.step.y));
     }
     const Words32 x = hn::Add(set(at.x), xSteps), y = hn::Add(set(at.y), ySteps);
-    Rows pairs;
+    Rows pairs{hn::Zero(Lanes32()), hn::Zero(Lanes32())};
 #if HWY_TARGET != HWY_SCALAR
     const bool sorted =
         sorts && left >= lanes && sortPairs<In>(line, at, x, y, columnMask, static_cast<int>(lastColumn), pairs);

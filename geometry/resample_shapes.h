@@ -60,7 +60,7 @@ inline constexpr std::size_t kTapRun = 64;
 // The records of a run, and the pairs of phases that belong to them.
 template <int kWords>
 struct Records {
-  alignas(64) std::int16_t words[kTapRun][kWords];
+  alignas(64) std::int16_t words[kTapRun][static_cast<std::size_t>(kWords)];
   std::uint8_t phases[kTapRun];
 };
 
