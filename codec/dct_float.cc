@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "codec/dct.h"
+#include "codec/inverse_pair-inl.h"
 #include "codec/rounding-inl.h"
 #include "codec/zigzag-inl.h"
 #include "quorvel/codec.h"
@@ -145,6 +146,12 @@ void inverseFloat(const std::int16_t* coefs, std::size_t blocks, const float* qu
   std::int16_t rowMajor[64];
   float x[64];
   std::uint8_t tile[64];
+#if HWY_CAP_GE512
+  if (blocks > 1) {
+    const PairInverse inverse(quant, left, right, zigzag);
+    for (; blocks > 1; blocks -= 2, coefs += 128, out += 16) inverse(coefs, out, stride);
+  }
+#endif
   for (std::size_t b = 0; b < blocks; ++b, coefs += 64, out += 8) {
     if (zigzag) reorderBlock<kFromZigzag>(coefs, rowMajor);
     const std::int16_t* const ordered = zigzag ? rowMajor : coefs;
@@ -158,9 +165,9 @@ void inverseFloat(const std::int16_t* coefs, std::size_t blocks, const float* qu
                       [&](auto d, std::size_t i, auto sum) HWY_ATTR { hn::StoreU(sum, d, t + i); });
     shortFloatProduct(extent.columns, t, right, [&](auto d, std::size_t i, auto sum) HWY_ATTR {
       const hn::Rebind<std::uint8_t, decltype(d)> d8;
-      const auto level = hn::Add(roundedToNearest(d, sum), hn::Set(d, 128.0f));
-      const auto sample = limited(d, level, 0.0f, 255.0f);
-      hn::StoreU(hn::DemoteTo(d8, hn::ConvertTo(hn::RebindToSigned<decltype(d)>(), sample)), d8, tile + i);
+      const hn::RebindToSigned<decltype(d)> d32;
+      const auto sample = hn::Add(hn::ConvertTo(d32, sampleLevel(d, sum)), hn::Set(d32, 128));
+      hn::StoreU(hn::DemoteTo(d8, sample), d8, tile + i);
     });
     for (std::size_t r = 0; r < 8; ++r) std::memcpy(out + r * stride, tile + 8 * r, 8);
   }

@@ -213,7 +213,57 @@ class BitReader {
     return static_cast<unsigned>(end_ - next_) * 8;
   }
 
+  friend class BlockReader;
+
   const std::uint8_t *next_, *end_;
+  unsigned count_;
+  std::uint64_t bits_;
+};
+
+// Takes over from a bounded reader for a block that surely ends before the data do: it may look ahead of what it takes,
+// so that one fill is good for several symbols.
+class BlockReader {
+ public:
+  static constexpr unsigned kLongestSymbol = 16 + 15, kFilled = 56;
+
+  // Whether 64 symbols end before the data do, with what the last fill looks ahead.
+  static bool fits(const BitReader<true>& reader) {
+    return reader.end_ - reader.next_ >= 64 * kLongestSymbol / 8 + 16 && reader.count_ < 64;
+  }
+  explicit BlockReader(const BitReader<true>& reader)
+      : next_(reader.next_), count_(reader.count_), bits_(reader.bits_) {}
+
+  // At least kFilled bits are at hand then. Above them lie some that the next fill finds again.
+  HWY_INLINE void fill() {
+    std::uint64_t word;
+    std::memcpy(&word, next_, sizeof(word));
+    bits_ |= word << count_;
+    next_ += (63 - count_) / 8;
+    count_ |= kFilled;  // below 64 and the same modulo 8
+  }
+  HWY_INLINE std::uint64_t bits() const { return bits_; }
+  // n is below 64.
+  HWY_INLINE void advance(unsigned n) {
+    bits_ >>= n & 63;
+    count_ -= n;
+  }
+
+  // Gives back what was not taken: the reader is left as if it had taken every field itself.
+  HWY_INLINE void end(BitReader<true>& reader) const {
+    const auto taken = static_cast<unsigned>(next_ - reader.next_) * 8 + reader.count_ - count_;
+    if (taken <= reader.count_) {
+      reader.advance(taken);
+      return;
+    }
+    const unsigned reach = taken - reader.count_, words = (reach + 63) / 64;
+    reader.next_ += std::size_t{8} * words;
+    reader.count_ = 64 * words - reach;
+    std::memcpy(&reader.bits_, reader.next_ - 8, sizeof(reader.bits_));
+    reader.bits_ = reader.count_ == 0 ? 0 : reader.bits_ >> (64 - reader.count_);
+  }
+
+ private:
+  const std::uint8_t* next_;
   unsigned count_;
   std::uint64_t bits_;
 };

@@ -24,6 +24,10 @@ struct Symbol {
   int status;
 };
 
+HWY_INLINE Symbol lookedUpSymbol(std::uint32_t entry) {
+  return {entry & 0xFF, entry >> 8 & 0xFF, static_cast<std::int16_t>(entry >> 16), 0};
+}
+
 inline constexpr unsigned kLongestCode = 16;
 inline constexpr unsigned kUndefined = 255;  // bits of what is no symbol: more than there can be
 
@@ -31,9 +35,7 @@ inline constexpr unsigned kUndefined = 255;  // bits of what is no symbol: more 
 template <bool kJpeg>
 HWY_INLINE Symbol interpret(std::uint64_t view, const c_decode_tbl& table) {
   const std::uint32_t entry = (kJpeg ? table.jpeg : table.pelto)[view & lowBits(kLookUpBits)];
-  if ((entry & 0xFF) != kSymbolOnly) {
-    return {entry & 0xFF, entry >> 8 & 0xFF, static_cast<std::int16_t>(entry >> 16), 0};
-  }
+  if ((entry & 0xFF) != kSymbolOnly) return lookedUpSymbol(entry);
   unsigned length = entry >> 8 & 0xFF, symbol = entry >> 16;
   if (length == 0) {
     const std::uint32_t code = reverseBits(static_cast<std::uint32_t>(view) & 0xFFFF, kLongestCode);
@@ -67,15 +69,67 @@ HWY_NOINLINE Symbol resolve(BitReader<kBounded> reader, const c_decode_tbl* tabl
 template <bool kJpeg, bool kBounded>
 HWY_INLINE Symbol next(const BitReader<kBounded>& reader, const c_decode_tbl& table) {
   const std::uint32_t entry = (kJpeg ? table.jpeg : table.pelto)[reader.bits() & lowBits(kLookUpBits)];
-  const unsigned bits = entry & 0xFF;
-  if (HWY_UNLIKELY(bits > reader.count())) return resolve<kJpeg>(reader, &table);
-  return {bits, entry >> 8 & 0xFF, static_cast<std::int16_t>(entry >> 16), 0};
+  if (HWY_UNLIKELY((entry & 0xFF) > reader.count())) return resolve<kJpeg>(reader, &table);
+  return lookedUpSymbol(entry);
+}
+
+// What the look-up alone did not give, from as many bits as any symbol has.
+HWY_NOINLINE Symbol resolveAhead(std::uint64_t view, const c_decode_tbl* table) {
+  const Symbol symbol = interpret<true>(view, *table);
+  return symbol.bits == kUndefined ? Symbol{0, 0, 0, kBadCode} : symbol;
+}
+
+// As next, with at least the look-up's bits at hand.
+HWY_INLINE Symbol nextAhead(BlockReader& reader, const c_decode_tbl& table) {
+  const std::uint32_t entry = table.jpeg[reader.bits() & lowBits(kLookUpBits)];
+  if (HWY_LIKELY((entry & 0xFF) != kSymbolOnly)) return lookedUpSymbol(entry);
+  reader.fill();
+  return resolveAhead(reader.bits(), &table);
+}
+
+// As decodeBaseline where the data go on for long enough.
+HWY_INLINE int decodeAhead(BlockReader& reader, std::int16_t* HWY_RESTRICT block, int& lastDC, const c_decode_tbl& dc,
+                           const c_decode_tbl& ac) {
+  reader.fill();
+  const Symbol first = nextAhead(reader, dc);
+  if (first.status != 0) return first.status;
+  if (first.run % kEndOfBlock != 0) return kBadCode;
+  reader.advance(first.bits);
+  block[0] = static_cast<std::int16_t>(first.value + lastDC);
+  // What a fill is good for, should the first of them be the longest symbol: filling up for each would cost more.
+  constexpr unsigned kSymbolsPerFill = 3;
+  static_assert(BlockReader::kLongestSymbol + (kSymbolsPerFill - 1) * kLookUpBits <= BlockReader::kFilled);
+  for (unsigned i = 1, good = 0; i < 64; ++i, --good) {
+    if (good == 0) {
+      reader.fill();
+      good = kSymbolsPerFill;
+    }
+    const Symbol symbol = nextAhead(reader, ac);
+    if (HWY_UNLIKELY(symbol.status != 0)) return symbol.status;
+    i += symbol.run;
+    if (i < 64) {
+      block[i] = static_cast<std::int16_t>(symbol.value);
+    } else if (symbol.run != kEndOfBlock) {
+      return kBadCode;
+    }
+    reader.advance(symbol.bits);
+  }
+  lastDC = block[0];
+  return 0;
 }
 
 template <bool kBounded>
 HWY_INLINE int decodeBaseline(BitReader<kBounded>& reader, std::int16_t* HWY_RESTRICT block, int& lastDC,
                               const c_decode_tbl& dc, const c_decode_tbl& ac) {
   std::memset(block, 0, 64 * sizeof(*block));
+  if constexpr (kBounded) {
+    if (HWY_LIKELY(BlockReader::fits(reader))) {
+      BlockReader ahead(reader);
+      const int status = decodeAhead(ahead, block, lastDC, dc, ac);
+      ahead.end(reader);
+      return status;
+    }
+  }
   const Symbol first = next<true>(reader, dc);
   if (first.status != 0) return first.status;
   if (first.run % kEndOfBlock != 0) return kBadCode;  // symbol 0 is a difference of 0 here; runs there are none

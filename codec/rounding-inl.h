@@ -32,6 +32,13 @@ HWY_INLINE hn::Vec<D> limited(D d, hn::Vec<D> v, float low, float high) {
   return hn::IfThenElse(hn::Lt(atLeast, hn::Set(d, high)), atLeast, hn::Set(d, high));
 }
 
+// What comes out of a transform of 8-bit samples, limited to -128..127: rounded toward zero it is what roundedToNearest
+// gives. The greatest float below a half brings halves up to the next whole number, and nothing less. NaN gives -128.
+template <typename D>
+HWY_INLINE hn::Vec<D> sampleLevel(D d, hn::Vec<D> v) {
+  return limited(d, hn::Add(v, hn::CopySign(hn::Set(d, 0x1.fffffep-2f), v)), -128.0f, 127.0f);
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace quorvel
 HWY_AFTER_NAMESPACE();

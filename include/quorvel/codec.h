@@ -156,7 +156,7 @@ QUORVEL_API float* calcFDCTFlt_3DNow(const std::uint8_t* src, unsigned stride, c
                                      const float* scale, float* dst, float* work);
 /// X = coefs[i] * quant[i]; writes Y rounded to the nearest whole number, halves away from zero, plus 128, limited to
 /// 0..255, in rows `stride` bytes apart. Nothing is halved: where the factors are an orthonormal inverse, `quant` is in
-/// sample levels. Returns `out`.
+/// sample levels. All factors are finite. Returns `out`.
 QUORVEL_API std::uint8_t* calcIDCTFlt_SSE(const std::int16_t* coefs, const float* quant, const float* left,
                                           const float* right, std::uint8_t* out, unsigned stride, float* work);
 /// `calcIDCTFlt_SSE`.
