@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "geometry/resample_bilinear.h"
@@ -253,6 +254,8 @@ HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, i
   const In* const first = piece(firstRow);
   const In* const second = piece(firstRow + 1);
   const In* const third = oneRow ? second : piece(firstRow + 2);
+  // The processor foresees no path across rows, and each row of output would wait for the memory all along.
+  hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(reinterpret_cast<std::uintptr_t>(first) + line.ahead));
   const auto crosses = [](const In* p) {
     return (reinterpret_cast<std::uintptr_t>(p) & (kPageBytes - 1)) > kPageBytes - kPieceBytes;
   };
