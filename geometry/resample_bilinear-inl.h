@@ -3,11 +3,12 @@
 // in the halves of a 32-bit word, those of the lower row in another, and their weights likewise; how both are combined
 // is what the members of the family differ in.
 //
-// The samples come by one of two ways. Where x moves by at most two samples a pixel and the pixels of a vector lie in
-// two rows at most, the samples of a vector are a short piece of three rows, which is loaded and sorted in registers.
-// Everywhere else they are gathered. Where gathers are fast, the two ways measured within a sixth of each other
-// (sorting ahead with 512-bit vectors and level lines, behind with 256-bit ones); only gathers depend on a processor's
-// microcode. The weights are products of the phases, computed in the lanes.
+// The samples come by one of three ways. Where lines are nearly level and of nearly the source's scale, the quick
+// members, which need no wider products, take them as they lie (Course). Where x moves by at most two samples a pixel
+// and the pixels of a vector lie in two rows at most, the samples of a vector are a short piece of three rows, which is
+// loaded and sorted in registers. Everywhere else they are gathered. Where gathers are fast, these two ways measured
+// within a sixth of each other (sorting ahead with 512-bit vectors and level lines, behind with 256-bit ones); only
+// gathers depend on a processor's microcode. The weights are products of the phases, computed in the lanes.
 
 // Per-target include guard: the file is read again for every target.
 #if defined(QUORVEL_GEOMETRY_RESAMPLE_BILINEAR_INL_H_) == defined(HWY_TARGET_TOGGLE)
@@ -21,6 +22,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "geometry/resample_bilinear.h"
@@ -70,17 +72,9 @@ HWY_INLINE Words32 addHalves(Words32 a, Words32 b) {
 HWY_INLINE Words32 subHalves(Words32 a, Words32 b) {
   return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Sub(x, y); });
 }
-HWY_INLINE Words32 saturatedAddHalves(Words32 a, Words32 b) {
-  return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::SaturatedAdd(x, y); });
-}
 HWY_INLINE Words32 minHalves(Words32 a, Words32 b) {
   return onHalves<std::uint16_t>(a, b, [](auto x, auto y) HWY_ATTR { return hn::Min(x, y); });
 }
-template <typename Half>
-HWY_INLINE Words32 mulHighHalves(Words32 a, Words32 b) {
-  return onHalves<Half>(a, b, [](auto x, auto y) HWY_ATTR { return hn::MulHigh(x, y); });
-}
-
 // The two products of each word's halves, summed.
 HWY_INLINE Words32 sumOfProducts(Words32 a, Words32 b) {
 #if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR  // where the order that Highway leaves open is that of the pairs
@@ -139,27 +133,38 @@ struct Rounded16 {
     return hn::ShiftRight<1>(hn::Min(twice, hn::Set(d, 32767)));
   }
 };
-// Sums of four upper halves, in the lower half of a word.
-HWY_INLINE Words32 sumOfHalves(Words32 top, Words32 bottom) {
-  const Words32 sum = addHalves(top, bottom);
+// The members that sum four parts of 16 bits, each made of a sample and its weight alone.
+template <class Member>
+HWY_INLINE Words32 sumOfParts(const Rows& samples, const Rows& weights) {
+  const auto parts = [](Words32 sample, Words32 weight) HWY_ATTR {
+    return onHalves<std::uint16_t>(sample, weight, [](auto s, auto w) HWY_ATTR { return Member::part(s, w); });
+  };
+  const Words32 sum = addHalves(parts(samples.top, weights.top), parts(samples.bottom, weights.bottom));
   return hn::And(hn::Add(sum, hn::ShiftRight<16>(sum)), hn::Set(Lanes32(), 0xFFFF));
 }
 struct SignedLine16 {
   using In = std::uint16_t;
   using Out = std::uint16_t;
+  template <class V>
+  static HWY_INLINE V part(V sample, V weight) {
+    const hn::DFromV<V> d;
+    const hn::RebindToSigned<decltype(d)> dSigned;
+    const V limited = hn::Min(weight, hn::Set(d, 0x7FFF));
+    return hn::BitCast(d, hn::MulHigh(hn::BitCast(dSigned, hn::Add(sample, sample)), hn::BitCast(dSigned, limited)));
+  }
   static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t* bent) {
-    const Rows weights = signedWeights(x, y, bent);
-    return sumOfHalves(mulHighHalves<std::int16_t>(addHalves(samples.top, samples.top), weights.top),
-                       mulHighHalves<std::int16_t>(addHalves(samples.bottom, samples.bottom), weights.bottom));
+    return sumOfParts<SignedLine16>(samples, signedWeights(x, y, bent));
   }
 };
 struct UnsignedLine16 {
   using In = std::uint16_t;
   using Out = std::uint16_t;
+  template <class V>
+  static HWY_INLINE V part(V sample, V weight) {  // in all 65536 once they are doubled, the largest at most 65535
+    return hn::MulHigh(sample, hn::SaturatedAdd(weight, weight));
+  }
   static HWY_INLINE Words32 combine(const Rows& samples, Words32 x, Words32 y, const std::int16_t*) {
-    const Rows weights = phaseWeights(x, y);  // in all 65536 once they are doubled, the largest at most 65535
-    return sumOfHalves(mulHighHalves<std::uint16_t>(samples.top, saturatedAddHalves(weights.top, weights.top)),
-                       mulHighHalves<std::uint16_t>(samples.bottom, addHalves(weights.bottom, weights.bottom)));
+    return sumOfParts<UnsignedLine16>(samples, phaseWeights(x, y));
   }
 };
 
@@ -223,9 +228,36 @@ HWY_INLINE Rows gatherPairs(const std::uint8_t*, const std::uint8_t* top, const 
 
 #endif
 
-inline constexpr std::size_t kPageBytes = 4096;
-
 #if HWY_TARGET != HWY_SCALAR
+
+// Whether a piece of a row might touch a page beyond that of its first sample.
+template <std::size_t kPieceBytes, typename In>
+HWY_INLINE bool crossesPage(const In* piece) {
+  constexpr std::size_t kPageBytes = 4096;
+  return (reinterpret_cast<std::uintptr_t>(piece) & (kPageBytes - 1)) > kPageBytes - kPieceBytes;
+}
+
+// The processor foresees no path across rows, and each row of output would wait for the memory all along.
+template <typename In>
+HWY_INLINE void fetchAhead(const Line& line, const In* piece) {
+  hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(reinterpret_cast<std::uintptr_t>(piece) + line.ahead));
+}
+
+inline std::int64_t reach(std::uint32_t step) { return std::abs(std::int64_t{static_cast<std::int32_t>(step)}); }
+
+// The columns that `count` pixels of a line touch, where they do not wrap.
+struct Columns {
+  int first, last;
+  bool wrap;
+
+  Columns(const Line& line, int mask, std::size_t count) {
+    const std::int64_t begin = mask < 0 ? static_cast<std::int32_t>(line.at.x) : std::int64_t{line.at.x};
+    const std::int64_t end = begin + static_cast<std::int64_t>(count - 1) * static_cast<std::int32_t>(line.step.x);
+    wrap = end >> 16 != (wholePart((line.at + line.step * (count - 1)).x) & mask);
+    first = static_cast<int>(std::min(begin, end) >> 16);
+    last = static_cast<int>(std::max(begin, end) >> 16) + 1;
+  }
+};
 
 // Words of the pairs of samples that begin at every second sample of a row, from its first or second one on.
 HWY_INLINE Words32 everySecondPair(const std::uint16_t* row) {
@@ -253,11 +285,9 @@ HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, i
   const In* const first = piece(firstRow);
   const In* const second = piece(firstRow + 1);
   const In* const third = oneRow ? second : piece(firstRow + 2);
-  const auto crosses = [](const In* p) {
-    return (reinterpret_cast<std::uintptr_t>(p) & (kPageBytes - 1)) > kPageBytes - kPieceBytes;
-  };
-  if (HWY_UNLIKELY((otherRows > 1) | (lowest + 2 * kLanes > lastColumn) | crosses(first) | crosses(second) |
-                   crosses(third)))
+  fetchAhead(line, first);
+  if (HWY_UNLIKELY((otherRows > 1) | (lowest + 2 * kLanes > lastColumn) | crossesPage<kPieceBytes>(first) |
+                   crossesPage<kPieceBytes>(second) | crossesPage<kPieceBytes>(third)))
     return false;
 
   const Words32 column = hn::Sub(hn::And(hn::ShiftRight<16>(x), hn::Set(d, columnMask)), hn::Set(d, lowest));
@@ -271,6 +301,81 @@ HWY_INLINE bool sortPairs(const Line& line, Position at, Words32 x, Words32 y, i
   const Words32 middle = pick(second);
   pairs.top = hn::IfThenElse(lower, middle, pick(first));
   pairs.bottom = hn::IfThenElse(lower, pick(third), middle);
+  return true;
+}
+
+// The way of members that sum parts of 16 bits. Along a line that is nearly level and of nearly the source's scale, the
+// samples of a vector lie in the order of its lanes, but that some lanes are one place further than others.
+// Nothing needs sorting then, and a vector has twice the pixels.
+using Lanes16 = hn::ScalableTag<std::uint16_t>;
+using Halves = hn::Vec<Lanes16>;
+
+// One coordinate of a vector, relative to a course that it leaves by less than one place.
+struct Course {
+  Halves phase;
+  hn::Mask<Lanes16> further;  // the lanes at place `first` + 1 of the course, the others are at `first`
+  int first, lowest, highest;
+
+  Course(std::uint32_t start, std::uint32_t drift) {
+    const Lanes16 d;
+    const auto set = [d](std::uint32_t v) HWY_ATTR { return hn::Set(d, static_cast<std::uint16_t>(v)); };
+    const Halves begin = set(start), now = hn::Add(begin, hn::Mul(hn::Iota(d, 0), set(drift)));
+    const bool back = static_cast<std::int32_t>(drift) < 0;
+    const int at = wholePart(start), end = wholePart(start + drift * static_cast<std::uint32_t>(hn::Lanes(d) - 1));
+    phase = hn::ShiftRight<12>(now);
+    further = back ? hn::Not(hn::Lt(begin, now)) : hn::Lt(now, begin);
+    first = back ? at - 1 : at;
+    lowest = std::min(at, end);
+    highest = std::max(at, end);
+  }
+
+  static HWY_INLINE bool suits(std::uint32_t drift) {
+    return reach(drift) * static_cast<std::int64_t>(hn::Lanes(Lanes16()) - 1) < 1 << 16;
+  }
+};
+
+template <class Member>
+inline constexpr bool kInHalves = requires(Halves v) {
+  Member::part(v, v);
+};
+
+// Whether the vectors of a line may be tried by levelVector.
+inline bool isLevel(const Line& line, const BilinearOptions& options) {
+  return options.bentWeights == nullptr && Course::suits(line.step.x - 65536) && Course::suits(line.step.y);
+}
+
+// Makes a vector of pixels; false, with nothing done, where pieces of rows might touch a page that no pixel touches, or
+// leave the run's columns.
+template <class Member>
+HWY_INLINE bool levelVector(const Line& line, const Columns& columns, std::uint16_t* HWY_RESTRICT dst) {
+  const Lanes16 d;
+  constexpr std::size_t kPieceSamples = hn::MaxLanes(Lanes16()) + 2;
+  const Course x(line.at.x, line.step.x - 65536), y(line.at.y, line.step.y);
+  const auto piece = [&](int row) { return reinterpret_cast<const std::uint16_t*>(line.row(row)) + x.first; };
+  // Where no lane needs the first or the third row, the second stands in for it.
+  const std::uint16_t* const upper = piece(std::max(y.first, y.lowest));
+  const std::uint16_t* const middle = piece(y.first + 1);
+  const std::uint16_t* const lower = piece(std::min(y.first + 1, y.highest) + 1);
+  fetchAhead(line, upper);
+  constexpr std::size_t kPieceBytes = kPieceSamples * sizeof(std::uint16_t);
+  if (HWY_UNLIKELY((x.first < columns.first) | (x.first + static_cast<int>(kPieceSamples) - 1 > columns.last) |
+                   (y.highest - y.lowest > 1) | crossesPage<kPieceBytes>(upper) | crossesPage<kPieceBytes>(middle) |
+                   crossesPage<kPieceBytes>(lower)))
+    return false;
+
+  const auto choose = [d](auto mask, const std::uint16_t* yes, const std::uint16_t* no, std::size_t k)
+                          HWY_ATTR { return hn::IfThenElse(mask, hn::LoadU(d, yes + k), hn::LoadU(d, no + k)); };
+  const Halves right = hn::ShiftLeft<7>(x.phase), left = hn::Sub(hn::Set(d, 16 << 7), right);  // 128 * phase
+  const Halves above = hn::Sub(hn::Set(d, 16), y.phase);
+  const auto column = [&](Halves across, std::size_t k) HWY_ATTR {
+    const auto sample = [&](const std::uint16_t* yes, const std::uint16_t* no) HWY_ATTR {
+      return hn::IfThenElse(x.further, choose(y.further, yes, no, k + 1), choose(y.further, yes, no, k));
+    };
+    const Halves top = hn::Mul(across, above);
+    return hn::Add(Member::part(sample(middle, upper), top),
+                   Member::part(sample(lower, middle), hn::Sub(hn::ShiftLeft<4>(across), top)));
+  };
+  hn::StoreU(hn::Add(column(left, 0), column(right, 1)), d, dst);
   return true;
 }
 
@@ -295,13 +400,9 @@ HWY_INLINE void bilinearRun(const Line& line, const BilinearOptions& options, st
   Words32 xSteps = hn::Mul(pixel, set(line.step.x)), ySteps = hn::Mul(pixel, set(line.step.y));
 
 #if HWY_TARGET != HWY_SCALAR
-  const auto stepX = static_cast<std::int32_t>(line.step.x), stepY = static_cast<std::int32_t>(line.step.y);
-  const std::int64_t beginX = columnMask < 0 ? static_cast<std::int32_t>(line.at.x) : std::int64_t{line.at.x};
-  const std::int64_t endX = beginX + static_cast<std::int64_t>(count - 1) * stepX;
-  const std::int64_t lastColumn = (std::max(beginX, endX) >> 16) + 1;
-  const bool wraps = (endX >> 16) != (wholePart((line.at + line.step * (count - 1)).x) & columnMask);
-  const bool sorts = !wraps && std::abs(std::int64_t{stepX}) <= 2 << 16 &&
-                     std::abs(std::int64_t{stepY}) * static_cast<std::int64_t>(lanes - 1) <= 1 << 16;
+  const Columns columns(line, columnMask, count);
+  const bool sorts = !columns.wrap && reach(line.step.x) <= 2 << 16 &&
+                     reach(line.step.y) * static_cast<std::int64_t>(lanes - 1) <= 1 << 16;
 #endif
 
   Position at = line.at;
@@ -316,8 +417,7 @@ HWY_INLINE void bilinearRun(const Line& line, const BilinearOptions& options, st
     const Words32 x = hn::Add(set(at.x), xSteps), y = hn::Add(set(at.y), ySteps);
     Rows pairs{hn::Zero(Lanes32()), hn::Zero(Lanes32())};
 #if HWY_TARGET != HWY_SCALAR
-    const bool sorted =
-        sorts && left >= lanes && sortPairs<In>(line, at, x, y, columnMask, static_cast<int>(lastColumn), pairs);
+    const bool sorted = sorts && left >= lanes && sortPairs<In>(line, at, x, y, columnMask, columns.last, pairs);
 #else
     constexpr bool sorted = false;
 #endif
@@ -342,6 +442,27 @@ HWY_INLINE void bilinearRun(const Line& line, const BilinearOptions& options, st
   }
 }
 
+// The vectors of a run that levelVector makes, and the pixels between them, all of them where it is not for the line.
+template <class Member>
+HWY_INLINE void levelRun(Line line, const BilinearOptions& options, std::size_t count,
+                         typename Member::Out* HWY_RESTRICT dst) {
+#if HWY_TARGET != HWY_SCALAR
+  if constexpr (kInHalves<Member>) {
+    const std::size_t lanes = hn::Lanes(Lanes16());
+    const Columns columns(line, options.columnMask, count);
+    const bool level = isLevel(line, options) && !columns.wrap;
+    while (level && count >= lanes) {
+      if (!levelVector<Member>(line, columns, dst)) bilinearRun<Member>(line, options, lanes, dst);
+      line.at += line.step * lanes;
+      dst += lanes;
+      count -= lanes;
+    }
+    if (count == 0) return;
+  }
+#endif
+  bilinearRun<Member>(line, options, count, dst);
+}
+
 template <class Member>
 HWY_INLINE void bilinearLine(Line line, const BilinearOptions& options, std::size_t count, typename Member::Out* dst) {
   while (count > 0) {
@@ -354,7 +475,7 @@ HWY_INLINE void bilinearLine(Line line, const BilinearOptions& options, std::siz
     };
     std::size_t run = std::min(count, kBilinearRun);
     if (!reaches(run)) run = 1;
-    bilinearRun<Member>(line, options, run, dst);
+    levelRun<Member>(line, options, run, dst);
     line.at += line.step * run;
     dst += run;
     count -= run;
