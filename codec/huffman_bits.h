@@ -228,7 +228,8 @@ class BlockReader {
 
   // Whether 64 symbols end before the data do, with what the last fill looks ahead.
   static bool fits(const BitReader<true>& reader) {
-    return reader.end_ - reader.next_ >= 64 * kLongestSymbol / 8 + 16 && reader.count_ < 64;
+    constexpr std::ptrdiff_t kBlockBytes = 64 * int{kLongestSymbol} / 8 + 16;
+    return reader.end_ - reader.next_ >= kBlockBytes && reader.count_ < 64;
   }
   explicit BlockReader(const BitReader<true>& reader)
       : next_(reader.next_), count_(reader.count_), bits_(reader.bits_) {}
