@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 namespace quorvel::test {
@@ -16,6 +17,9 @@ namespace quorvel::test {
 // Pushes `count` words on a stack whose top is then `shift` bytes below a multiple of 16, and calls `routine`.
 extern "C" std::uint64_t callOnShiftedStack(void (*routine)(), const std::uint32_t* words, std::uint32_t count,
                                             std::uint32_t shift) __asm__("callOnShiftedStack");
+// The same where a number comes back: on the stack of x87, which would be full after a few if they stayed there.
+extern "C" double callForNumberOnShiftedStack(void (*routine)(), const std::uint32_t* words, std::uint32_t count,
+                                              std::uint32_t shift) __asm__("callOnShiftedStack");
 __asm__(R"(
 .ifndef callOnShiftedStack
 .text
@@ -53,9 +57,15 @@ Result callShifted(unsigned shift, Result (*routine)(Parameters...), const std::
     words.insert(words.end(), std::begin(own), std::end(own));
   };
   std::apply([&push](auto... values) { (push(values), ...); }, arguments);
-  const std::uint64_t result = callOnShiftedStack(reinterpret_cast<void (*)()>(routine), words.data(),
-                                                  static_cast<std::uint32_t>(words.size()), shift);
-  return static_cast<Result>(result);
+  const auto call = [&](auto* caller) {
+    return static_cast<Result>(
+        caller(reinterpret_cast<void (*)()>(routine), words.data(), static_cast<std::uint32_t>(words.size()), shift));
+  };
+  if constexpr (std::is_floating_point_v<Result>) {
+    return call(callForNumberOnShiftedStack);
+  } else {
+    return call(callOnShiftedStack);
+  }
 }
 
 #else  // elsewhere callers align their stack, or break its rules
