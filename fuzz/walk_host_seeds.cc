@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Gives every seed of a target to it, whole, cut short and damaged in each of its first bytes; with a directory as
-// argument writes the seeds there, to start a fuzzer with.
+// argument writes them there, to start a fuzzer with.
 #include <cstdio>
 #include <fstream>
 #include <string>
