@@ -73,7 +73,8 @@ class KeptCaches {
 };
 
 KeptCaches& keptCaches() {
-  static KeptCaches caches;
+  // Never destroyed: hosts may release tables of their own as late as they like.
+  static KeptCaches& caches = *new KeptCaches;
   return caches;
 }
 
