@@ -9,6 +9,7 @@
 // as many as fit), and then one of the row; its weights are exact in 1/16384, and both stages round to nearest.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "geometry/resample_taps.cc"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -23,7 +24,8 @@ HWY_BEFORE_NAMESPACE();
 namespace quorvel {
 namespace HWY_NAMESPACE {
 
-inline constexpr std::size_t kPixels = 4;  // that the second stage takes at a time
+inline constexpr std::size_t kPixels = 4;           // that the second stage takes at a time
+inline constexpr std::size_t kPixelsPerFetch = 16;  // less than a line of samples where x moves by one or two
 
 #if HWY_TARGET != HWY_SCALAR
 using Sums = hn::FixedTag<std::int32_t, kPixels>;
@@ -96,6 +98,10 @@ HWY_INLINE void collectRun(const Line& line, std::size_t count, Records<Shape::k
     const std::uint8_t* rows[Shape::kRows];
     for (int k = 0; k < Shape::kRows; ++k) rows[k] = kApart ? line.row(firstRow + k) : first + k * line.pitch;
     const auto rowOf = [&rows](int k) HWY_ATTR { return reinterpret_cast<const In*>(rows[k]); };
+    if (i % kPixelsPerFetch == 0) {
+      hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(
+          reinterpret_cast<std::uintptr_t>(rowOf(Shape::kRows - 1) + wholePart(at.x)) + line.ahead));
+    }
     collect<Shape>(wholePart(at.x), rowOf, records.words[i]);
     records.phases[i] = static_cast<std::uint8_t>((at.y >> 8 & 0xF0) | (at.x >> 12 & 0x0F));
   }
