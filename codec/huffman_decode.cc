@@ -79,32 +79,52 @@ HWY_NOINLINE Symbol resolveAhead(std::uint64_t view, const c_decode_tbl* table) 
   return symbol.bits == kUndefined ? Symbol{0, 0, 0, kBadCode} : symbol;
 }
 
-// As next, with at least the look-up's bits at hand.
-HWY_INLINE Symbol nextAhead(BlockReader& reader, const c_decode_tbl& table) {
-  const std::uint32_t entry = table.jpeg[reader.bits() & lowBits(kLookUpBits)];
-  if (HWY_LIKELY((entry & 0xFF) != kSymbolOnly)) return lookedUpSymbol(entry);
-  reader.fill();
-  return resolveAhead(reader.bits(), &table);
-}
-
-// As decodeBaseline where the data go on for long enough.
-HWY_INLINE int decodeAhead(BlockReader& reader, std::int16_t* HWY_RESTRICT block, int& lastDC, const c_decode_tbl& dc,
-                           const c_decode_tbl& ac) {
-  reader.fill();
-  const Symbol first = nextAhead(reader, dc);
-  if (first.status != 0) return first.status;
-  if (first.run % kEndOfBlock != 0) return kBadCode;
-  reader.advance(first.bits);
-  block[0] = static_cast<std::int16_t>(first.value + lastDC);
-  // What a fill is good for, should the first of them be the longest symbol: filling up for each would cost more.
-  constexpr unsigned kSymbolsPerFill = 3;
-  static_assert(BlockReader::kLongestSymbol + (kSymbolsPerFill - 1) * kLookUpBits <= BlockReader::kFilled);
-  for (unsigned i = 1, good = 0; i < 64; ++i, --good) {
-    if (good == 0) {
-      reader.fill();
-      good = kSymbolsPerFill;
+// The symbols of a block, of data that go on for long enough and of any.
+class SymbolsAhead {
+ public:
+  explicit SymbolsAhead(const BitReader<true>& reader) : reader_(reader) {}
+  HWY_INLINE Symbol next(const c_decode_tbl& table) {
+    if (good_-- == 0) {
+      reader_.fill();
+      good_ = kSymbolsPerFill - 1;
     }
-    const Symbol symbol = nextAhead(reader, ac);
+    const std::uint32_t entry = table.jpeg[reader_.bits() & lowBits(kLookUpBits)];
+    if (HWY_LIKELY((entry & 0xFF) != kSymbolOnly)) return lookedUpSymbol(entry);
+    reader_.fill();
+    return resolveAhead(reader_.bits(), &table);
+  }
+  HWY_INLINE void advance(unsigned bits) { reader_.advance(bits); }
+  HWY_INLINE void end(BitReader<true>& reader) const { reader_.end(reader); }
+
+ private:
+  // What a fill is good for, should the first of them be the longest symbol: filling up for each would cost more.
+  static constexpr unsigned kSymbolsPerFill = 3;
+  static_assert(BlockReader::kLongestSymbol + (kSymbolsPerFill - 1) * kLookUpBits <= BlockReader::kFilled);
+
+  BlockReader reader_;
+  unsigned good_ = 0;
+};
+template <bool kBounded>
+class SymbolsInTurn {
+ public:
+  explicit SymbolsInTurn(BitReader<kBounded>& reader) : reader_(reader) {}
+  HWY_INLINE Symbol next(const c_decode_tbl& table) { return HWY_NAMESPACE::next<true>(reader_, table); }
+  HWY_INLINE void advance(unsigned bits) { reader_.advance(bits); }
+
+ private:
+  BitReader<kBounded>& reader_;
+};
+
+template <typename Symbols>
+HWY_INLINE int decodeSymbols(Symbols& symbols, std::int16_t* HWY_RESTRICT block, int& lastDC, const c_decode_tbl& dc,
+                             const c_decode_tbl& ac) {
+  const Symbol first = symbols.next(dc);
+  if (first.status != 0) return first.status;
+  if (first.run % kEndOfBlock != 0) return kBadCode;  // symbol 0 is a difference of 0 here; runs there are none
+  symbols.advance(first.bits);
+  block[0] = static_cast<std::int16_t>(first.value + lastDC);
+  for (unsigned i = 1; i < 64; ++i) {
+    const Symbol symbol = symbols.next(ac);
     if (HWY_UNLIKELY(symbol.status != 0)) return symbol.status;
     i += symbol.run;
     if (i < 64) {
@@ -112,7 +132,7 @@ HWY_INLINE int decodeAhead(BlockReader& reader, std::int16_t* HWY_RESTRICT block
     } else if (symbol.run != kEndOfBlock) {
       return kBadCode;
     }
-    reader.advance(symbol.bits);
+    symbols.advance(symbol.bits);
   }
   lastDC = block[0];
   return 0;
@@ -124,30 +144,14 @@ HWY_INLINE int decodeBaseline(BitReader<kBounded>& reader, std::int16_t* HWY_RES
   std::memset(block, 0, 64 * sizeof(*block));
   if constexpr (kBounded) {
     if (HWY_LIKELY(BlockReader::fits(reader))) {
-      BlockReader ahead(reader);
-      const int status = decodeAhead(ahead, block, lastDC, dc, ac);
-      ahead.end(reader);
+      SymbolsAhead symbols(reader);
+      const int status = decodeSymbols(symbols, block, lastDC, dc, ac);
+      symbols.end(reader);
       return status;
     }
   }
-  const Symbol first = next<true>(reader, dc);
-  if (first.status != 0) return first.status;
-  if (first.run % kEndOfBlock != 0) return kBadCode;  // symbol 0 is a difference of 0 here; runs there are none
-  reader.advance(first.bits);
-  block[0] = static_cast<std::int16_t>(first.value + lastDC);
-  for (unsigned i = 1; i < 64; ++i) {
-    const Symbol symbol = next<true>(reader, ac);
-    if (HWY_UNLIKELY(symbol.status != 0)) return symbol.status;
-    i += symbol.run;
-    if (i < 64) {
-      block[i] = static_cast<std::int16_t>(symbol.value);
-    } else if (symbol.run != kEndOfBlock) {
-      return kBadCode;
-    }
-    reader.advance(symbol.bits);
-  }
-  lastDC = block[0];
-  return 0;
+  SymbolsInTurn<kBounded> symbols(reader);
+  return decodeSymbols(symbols, block, lastDC, dc, ac);
 }
 
 int decodeJpegBlock(int component, CHuffman_state* state, std::int16_t* block, const c_decode_tbl* dc,
