@@ -17,7 +17,7 @@ using quorvel::SimplexAccess;
 using quorvel::Tableau;
 using quorvel::Twofold;
 
-enum Vector : std::size_t { kSides, kSolution, kCorrection, kScale, kSum, kLost, kVectors };
+enum Vector : std::size_t { kSides, kSolution, kCorrection, kScale, kSum, kLost, kHigh, kLow, kVectors };
 
 // Vectors of n entries: in the caller's frame up to 1024 unknowns, which spares small systems the heap, and on the heap
 // above that.
@@ -64,26 +64,32 @@ void findScale(const sMatrixLD& normal, T* scale) {
   }
 }
 
+// values = high + low, the nearest number of type T and what it leaves.
+template <typename T>
+void split(const long double* values, int n, T* high, T* low) {
+  for (int i = 0; i < n; ++i) {
+    high[i] = static_cast<T>(values[i]);
+    low[i] = static_cast<T>(values[i] - high[i]);
+  }
+}
+
 // sides = scale * (b - A x), in twice the precision. An extended element of A is two numbers of type double.
 template <typename T>
 void residual(const sMatrixLD& A, const sMatrixLD& b, WorkVectors<T>& work) {
   const int n = A.rows;
   const T *const x = work[kSolution], *const scale = work[kScale];
   T *const sum = work[kSum], *const lost = work[kLost], *const sides = work[kSides];
-  for (int i = 0; i < n; ++i) {
-    sum[i] = static_cast<T>(b.data()[i]);
-    lost[i] = static_cast<T>(b.data()[i] - sum[i]);
-  }
+  T *const high = work[kHigh], *const low = work[kLow];
+  split(b.data(), n, sum, lost);
   for (int j = 0; j < n; ++j) {
+    split(A.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(n), n, high, low);
     const T factor = -x[j];
     const Halves<T> halves(factor);
-    const long double* const column = A.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(n);
-    for (int i = 0; i < n; ++i) {
-      const T high = static_cast<T>(column[i]), low = static_cast<T>(column[i] - high);
+    for (int i = 0; i < n; ++i) {  // apart from the extended numbers, so that compilers find the vectors in it
       Twofold<T> row{sum[i], lost[i]};
-      row.addProduct(high, factor, halves);
+      row.addProduct(high[i], factor, halves);
       sum[i] = row.sum;
-      lost[i] = row.lost + low * factor;
+      lost[i] = row.lost + low[i] * factor;
     }
   }
   for (int i = 0; i < n; ++i) sides[i] = (sum[i] + lost[i]) * scale[i];

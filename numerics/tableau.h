@@ -8,24 +8,10 @@
 #ifndef QUORVEL_NUMERICS_TABLEAU_H_
 #define QUORVEL_NUMERICS_TABLEAU_H_
 
-#include <cmath>
 #include <cstddef>
 #include <vector>
 
 namespace quorvel {
-
-// An entry of this magnitude or less is rounding dust, and a pivot of it none.
-inline constexpr double kDust = 1e-16;
-
-template <typename T>
-T withoutDust(T value) {
-  return std::abs(value) <= static_cast<T>(kDust) ? T{0} : value;
-}
-
-// row[i] = withoutDust(row[i] + factors[s] * pivotRows[s][i]) for each step s in order.
-void applySteps(double* row, std::size_t n, const double* const* pivotRows, const double* factors, int steps);
-void applySteps(long double* row, std::size_t n, const long double* const* pivotRows, const long double* factors,
-                int steps);
 
 template <typename T>
 class Tableau {
@@ -59,21 +45,22 @@ class Tableau {
   T* rowOf(int row) { return entries_.data() + index(row) * stride_; }
   const T* rowOf(int row) const { return entries_.data() + index(row) * stride_; }
   T* pivotRow(int step) { return pivotRows_.data() + index(step) * stride_; }
-  T& factor(int step, int row) { return factors_[index(row) * kBlock + index(step)]; }
+  T* factors(int step) { return factors_.data() + index(step) * index(rows_); }
 
-  void bringUpToDate(int row, std::size_t from, std::size_t to);
-  bool standsOut(int row, const std::vector<char>& openColumns);
-  void findLargest(const std::vector<char>& openRows, const std::vector<char>& openColumns, int& row, int& column);
+  void applyPending(int row, std::size_t from, std::size_t to);
+  void bringUpToDate(int row);
+  bool standsOut(int row, const std::vector<T>& openColumns);
+  void findLargest(const std::vector<T>& openRows, const std::vector<T>& openColumns, int& row, int& column);
 
   int rows_, columns_;
-  std::size_t stride_;  // rows are filled up with zeros, which stay zeros, so that kernels meet no ragged ends
+  std::size_t stride_;
   std::vector<T> entries_;
   std::vector<int> rowVariables_, columnVariables_;
 
-  int pending_ = 0;            // steps put off
-  std::vector<T> pivotRows_;   // a row for each of them, 0 where a later operation must leave a column alone
-  std::vector<T> factors_;     // kBlock for each row; 0 where the row takes no part in the step
-  std::vector<int> upToDate_;  // for each row, the number of pending steps that it has seen
+  int pending_ = 0;           // steps put off
+  std::vector<T> pivotRows_;  // a row for each of them, 0 where a later operation must leave a column alone
+  std::vector<T> factors_;    // a column for each of them, 0 where the row takes no part in the step, or did already
+  std::vector<T> column_;     // of the pivot at hand
 };
 
 }  // namespace quorvel
