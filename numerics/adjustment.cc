@@ -8,6 +8,7 @@
 #include "numerics/equation_list.h"
 #include "numerics/settings.h"
 #include "numerics/sparse_factor.h"
+#include "numerics/sparse_products.h"
 #include "numerics/twofold.h"
 #include "numerics/within_memory.h"
 #include "quorvel/numerics.h"
@@ -15,23 +16,22 @@
 
 namespace {
 
-using quorvel::Columns;
 using quorvel::EquationList;
 using quorvel::Halves;
 using quorvel::Twofold;
 
 using Doubles = std::vector<double>;
 
-// For each column of the matrix its initial value, plus the products of its entries with x, in twice the precision.
+// For each line of the matrix its initial value, plus the products of its entries with x, in twice the precision.
 template <typename Initial>
-Doubles columnSums(const Columns& matrix, double factor, const Doubles& x, Initial&& initial) {
-  Doubles sums(static_cast<std::size_t>(matrix.columns));
-  for (int j = 0; j < matrix.columns; ++j) {
+Doubles lineSums(const sSparseMatrix& matrix, double factor, const Doubles& x, Initial&& initial) {
+  Doubles sums(static_cast<std::size_t>(matrix.lines));
+  for (int j = 0; j < matrix.lines; ++j) {
     Twofold<double> sum;
     sum.add(initial(j));
-    for (std::size_t e = matrix.first(j); e < matrix.end(j); ++e) {
-      const double other = factor * x[static_cast<std::size_t>(matrix.row[e])];
-      sum.addProduct(matrix.value[e], other, Halves<double>(other));
+    for (const auto& [value, i] : quorvel::entriesOf(matrix, j)) {
+      const double other = factor * x[static_cast<std::size_t>(i)];
+      sum.addProduct(value, other, Halves<double>(other));
     }
     sums[static_cast<std::size_t>(j)] = sum.value();
   }
@@ -42,16 +42,16 @@ Doubles columnSums(const Columns& matrix, double factor, const Doubles& x, Initi
 // themselves, not the normal ones, are left with: that wins back most of what the squaring lost.
 int solveLinear(const EquationList& list, double* solution) {
   if (list.unknowns == 0) return matErrorZeroDimension;
-  const Columns byEquations = list.rows();
-  const Columns byUnknowns = quorvel::transposed(byEquations);
+  const sSparseMatrix byEquations = list.rows();
+  const sSparseMatrix byUnknowns = quorvel::transposed(byEquations);
   quorvel::SparseFactor factor;
   if (!factor.factor(quorvel::upperNormal(byUnknowns), quorvel::linearPrecision())) {
     return matErrorInfinitelyManySolutions;
   }
   Doubles x(static_cast<std::size_t>(list.unknowns), 0.0);
   for (int round = 0; round < 2; ++round) {
-    const Doubles rest = columnSums(byEquations, -1, x, [&](int e) { return list.weightedConstant(e); });
-    Doubles correction = columnSums(byUnknowns, 1, rest, [](int) { return 0.0; });
+    const Doubles rest = lineSums(byEquations, -1, x, [&](int e) { return list.weightedConstant(e); });
+    Doubles correction = lineSums(byUnknowns, 1, rest, [](int) { return 0.0; });
     factor.solve(correction);
     for (std::size_t i = 0; i < x.size(); ++i) x[i] += correction[i];
   }

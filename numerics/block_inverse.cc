@@ -4,15 +4,15 @@
 #include <cmath>
 #include <numeric>
 
-#include "numerics/columns.h"
 #include "numerics/small_systems.h"
+#include "numerics/sparse_lines.h"
 #include "numerics/within_memory.h"
 #include "quorvel/errors.h"
 #include "quorvel/sparse.h"
 
 namespace {
 
-using quorvel::Columns;
+using quorvel::SparseMaker;
 
 // Which blocks entries connect, directly or through others.
 class Groups {
@@ -104,12 +104,12 @@ class BlockMatrix {
 
 int QSparseMatrix::reverseSimmetric3x3(QSparseMatrix& result) const {
   return quorvel::codeWithinMemory([&]() -> int {
-    const Columns whole = quorvel::wholeOf(*matrix_);
-    if (whole.rows != whole.columns || whole.rows % 3 != 0) return matErrorDimensionsXY;
-    const int blocks = whole.rows / 3;
+    const sSparseMatrix whole = quorvel::wholeOf(*matrix_);
+    if (whole.positions != whole.lines || whole.lines % 3 != 0) return matErrorDimensionsXY;
+    const int blocks = whole.lines / 3;
     Groups groups(blocks);
-    for (int j = 0; j < whole.columns; ++j) {
-      for (std::size_t e = whole.first(j); e < whole.end(j); ++e) groups.join(whole.row[e] / 3, j / 3);
+    for (int j = 0; j < whole.lines; ++j) {
+      for (const auto& entry : quorvel::entriesOf(whole, j)) groups.join(entry.position / 3, j / 3);
     }
     std::vector<std::vector<int>> members(static_cast<std::size_t>(blocks));
     std::vector<int> place(static_cast<std::size_t>(blocks));  // of a block in its group
@@ -122,36 +122,32 @@ int QSparseMatrix::reverseSimmetric3x3(QSparseMatrix& result) const {
       return static_cast<std::size_t>(3 * place[static_cast<std::size_t>(index / 3)] + index % 3);
     };
 
-    std::vector<std::vector<std::pair<int, double>>> inverse(static_cast<std::size_t>(whole.columns));
+    std::vector<std::int32_t> counts(static_cast<std::size_t>(whole.lines));
+    for (const std::vector<int>& group : members) {
+      for (const int block : group) {
+        std::fill_n(&counts[static_cast<std::size_t>(3 * block)], 3, static_cast<std::int32_t>(3 * group.size()));
+      }
+    }
+    sSparseMatrix inverse = SparseMaker::withRoom(whole.lines, counts);
     for (const std::vector<int>& group : members) {
       if (group.empty()) continue;
       BlockMatrix dense(group.size());
       for (const int block : group) {
         for (int j = 3 * block; j < 3 * block + 3; ++j) {
-          for (std::size_t e = whole.first(j); e < whole.end(j); ++e) {
-            dense(withinGroup(whole.row[e]), withinGroup(j)) += whole.value[e];
-          }
+          for (const auto& [value, i] : quorvel::entriesOf(whole, j)) dense(withinGroup(i), withinGroup(j)) += value;
         }
       }
       if (!dense.invert()) return matErrorZeroDeterminant;
+      const auto index = [&group](std::size_t i) { return 3 * group[i / 3] + static_cast<int>(i % 3); };
       for (std::size_t j = 0; j < 3 * group.size(); ++j) {
         for (std::size_t i = 0; i < 3 * group.size(); ++i) {
-          inverse[static_cast<std::size_t>(3 * group[j / 3]) + j % 3].emplace_back(
-              3 * group[i / 3] + static_cast<int>(i % 3),
-              dense(std::min(i, j), std::max(i, j)));  // to the bit symmetric
+          // To the bit symmetric.
+          SparseMaker::append(inverse, index(j), index(i), dense(std::min(i, j), std::max(i, j)));
         }
       }
     }
-    Columns packed;
-    packed.begin(whole.rows, whole.columns);
-    for (const auto& column : inverse) {
-      for (const auto& [row, value] : column) {
-        packed.row.push_back(row);
-        packed.value.push_back(value);
-      }
-      packed.endColumn();
-    }
-    quorvel::store(packed, sparseSymmetric, *result.matrix_);
+    inverse.flags = sparseSymmetric;
+    *result.matrix_ = std::move(inverse);
     return 0;
   });
 }

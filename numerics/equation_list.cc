@@ -11,7 +11,6 @@
 #include "quorvel/errors.h"
 #include "quorvel/sparse.h"
 
-using quorvel::Columns;
 using quorvel::EquationList;
 using quorvel::requireIndex;
 using quorvel::withinMemory;

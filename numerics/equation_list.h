@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "numerics/columns.h"
+#include "numerics/sparse_lines.h"
 
 namespace quorvel {
 
@@ -34,20 +34,13 @@ struct EquationList {
       take(terms[static_cast<std::size_t>(t)].unknown, terms[static_cast<std::size_t>(t)].coefficient);
     }
   }
-  // The weighted Jacobian by rows: a column of the result is an equation. O(terms + equations)
-  Columns rows() const {
-    Columns result;
-    result.begin(unknowns, count());
-    result.row.reserve(terms.size());
-    result.value.reserve(terms.size());
-    for (int e = 0; e < count(); ++e) {
-      forEachTerm(e, [&](int unknown, double coefficient) {
-        result.row.push_back(unknown);
-        result.value.push_back(coefficient * equation(e).root);
-      });
-      result.endColumn();
-    }
-    return result;
+  // The weighted Jacobian by rows: a line of the result is an equation. O(terms + equations)
+  sSparseMatrix rows() const {
+    return gathered(unknowns, count(), [this](auto&& take) {
+      for (int e = 0; e < count(); ++e) {
+        forEachTerm(e, [&](int unknown, double coefficient) { take(unknown, e, coefficient * equation(e).root); });
+      }
+    });
   }
 };
 

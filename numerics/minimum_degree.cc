@@ -25,14 +25,14 @@ using Neighbours = std::vector<std::vector<int>>;
 std::size_t at(int i) { return static_cast<std::size_t>(i); }
 
 // Each node's neighbours and itself, ascending.
-Neighbours closedNeighbourhoods(const Columns& upper) {
-  Neighbours result(at(upper.columns));
-  for (int j = 0; j < upper.columns; ++j) {
+Neighbours closedNeighbourhoods(const sSparseMatrix& upper) {
+  Neighbours result(at(upper.lines));
+  for (int j = 0; j < upper.lines; ++j) {
     result[at(j)].push_back(j);
-    for (std::size_t e = upper.first(j); e < upper.end(j); ++e) {
-      if (upper.row[e] == j) continue;
-      result[at(j)].push_back(upper.row[e]);
-      result[at(upper.row[e])].push_back(j);
+    for (const auto& [value, i] : entriesOf(upper, j)) {
+      if (i == j) continue;
+      result[at(j)].push_back(i);
+      result[at(i)].push_back(j);
     }
   }
   for (auto& list : result) std::sort(list.begin(), list.end());
@@ -148,7 +148,7 @@ class QuotientGraph {
 
 }  // namespace
 
-std::vector<int> minimumDegreeOrder(const Columns& upper) {
+std::vector<int> minimumDegreeOrder(const sSparseMatrix& upper) {
   const Neighbours closed = closedNeighbourhoods(upper);
   const std::vector<int> leader = representatives(closed);
   const std::size_t n = closed.size();
@@ -157,7 +157,7 @@ std::vector<int> minimumDegreeOrder(const Columns& upper) {
 
   Neighbours neighbours(n), stands(n);
   std::vector<int> weights(n, 0), last;
-  for (int v = 0; v < upper.columns; ++v) {
+  for (int v = 0; v < upper.lines; ++v) {
     stands[at(leader[at(v)])].push_back(v);
     if (!isNode(leader[at(v)])) {
       last.push_back(v);

@@ -4,13 +4,13 @@
 
 #include <vector>
 
-#include "numerics/columns.h"
+#include "numerics/sparse_lines.h"
 
 namespace quorvel {
 
 // An order of elimination that keeps the factor of a symmetric matrix sparse: element k is the unknown eliminated in
 // step k. Takes the pattern of the entries with row <= column, each once.
-std::vector<int> minimumDegreeOrder(const Columns& upper);
+std::vector<int> minimumDegreeOrder(const sSparseMatrix& upper);
 
 }  // namespace quorvel
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The handle of a sparse matrix: its marks, its copies, and the blocks that are taken out of it.
-#include <utility>
+#include <optional>
 
-#include "numerics/columns.h"
 #include "numerics/equation_list.h"
 #include "numerics/fatal.h"
+#include "numerics/sparse_lines.h"
 #include "numerics/within_memory.h"
 #include "quorvel/sparse.h"
 
@@ -41,7 +41,7 @@ void QSparseMatrix::transponeFrom(const QSparseMatrix& source) {
 
 void QSparseMatrix::convertFromJacobian(const sMatrixList& equations, sMatrixLD* constants) {
   const quorvel::EquationList& list = equations.equations();
-  quorvel::withinMemory([&] { quorvel::store(quorvel::transposed(list.rows()), 0, *matrix_); });
+  quorvel::withinMemory([&] { *matrix_ = quorvel::transposed(list.rows()); });
   if (constants != nullptr) {
     constants->resize(list.count(), 1);
     for (int e = 0; e < list.count(); ++e) (*constants)(e, 0) = list.weightedConstant(e);
@@ -58,25 +58,18 @@ void QSparseMatrix::extractFrom(const QSparseMatrix& source, std::int32_t firstX
 
   const bool keepHalf = onDiagonal || (flags & sparseHalf) == 0;
   quorvel::withinMemory([&] {
-    const quorvel::Columns whole = keepHalf ? quorvel::Columns() : quorvel::wholeOf(*source.matrix_);
-    quorvel::Columns block;
-    block.begin(lastY - firstY + 1, lastX - firstX + 1);
-    const auto take = [&](int position, double value) {
-      if (position < firstY || position > lastY) return;
-      block.row.push_back(position - firstY);
-      block.value.push_back(value);
-    };
-    for (int x = firstX; x <= lastX; ++x) {
-      if (keepHalf) {
-        const sSparseLine& line = source.matrix_->lineTable[x];
-        for (int e = 0; e < line.count; ++e) take(line.first[e].position, line.first[e].value);
-      } else {
-        for (std::size_t e = whole.first(x); e < whole.end(x); ++e) take(whole.row[e], whole.value[e]);
+    std::optional<sSparseMatrix> whole;
+    if (!keepHalf) whole = quorvel::wholeOf(*source.matrix_);
+    const sSparseMatrix& from = whole ? *whole : *source.matrix_;
+    *matrix_ = quorvel::gathered(lastY - firstY + 1, lastX - firstX + 1, [&](auto&& take) {
+      for (int x = firstX; x <= lastX; ++x) {
+        for (const auto& [value, y] : quorvel::entriesOf(from, x)) {
+          if (y >= firstY && y <= lastY) take(y - firstY, x - firstX, value);
+        }
       }
-      block.endColumn();
-    }
+    });
     const std::uint32_t symmetry = onDiagonal ? flags & (sparseSymmetric | sparseHalf) : 0;
-    quorvel::store(block, symmetry | (flags & sparseTransposed), *matrix_);
+    matrix_->flags = symmetry | (flags & sparseTransposed);
   });
 }
 

@@ -11,8 +11,8 @@
 #include <new>
 #include <utility>
 
-#include "numerics/columns.h"
 #include "numerics/fatal.h"
+#include "numerics/sparse_lines.h"
 #include "quorvel/errors.h"
 #include "quorvel/sparse.h"
 
@@ -34,6 +34,8 @@ sSparseMatrix::sSparseMatrix() = default;
 
 sSparseMatrix::sSparseMatrix(const sSparseMatrix& other) { *this = other; }
 
+sSparseMatrix::sSparseMatrix(sSparseMatrix&& other) noexcept { *this = std::move(other); }
+
 sSparseMatrix& sSparseMatrix::operator=(const sSparseMatrix& other) {
   if (this == &other) return *this;
   createSparseMatrix(other.lines, other.lineCapacity, 0);
@@ -44,6 +46,22 @@ sSparseMatrix& sSparseMatrix::operator=(const sSparseMatrix& other) {
   }
   flags = other.flags;
   positions = other.positions;
+  return *this;
+}
+
+sSparseMatrix& sSparseMatrix::operator=(sSparseMatrix&& other) noexcept {
+  std::swap(pool, other.pool);
+  std::swap(poolSize, other.poolSize);
+  std::swap(lineTable, other.lineTable);
+  std::swap(flags, other.flags);
+  std::swap(lines, other.lines);
+  std::swap(lineCapacity, other.lineCapacity);
+  std::swap(nonZeros, other.nonZeros);
+  std::swap(positions, other.positions);
+  std::swap(rooms_, other.rooms_);
+  std::swap(poolUsed_, other.poolUsed_);
+  std::swap(firstRoom_, other.firstRoom_);
+  std::swap(linesBegun_, other.linesBegun_);
   return *this;
 }
 
@@ -60,19 +78,24 @@ void sSparseMatrix::free() {
 
 void sSparseMatrix::createSparseMatrix(int first, int second, int third) {
   if (first < 0 || second < 0 || third < 0) throw CMatErrorM(matErrorParameter, "createSparseMatrix");
+  create(first, second,
+         std::max<std::uint64_t>(static_cast<std::uint64_t>(third) + 1, 4) *
+             std::max<std::uint64_t>(static_cast<std::uint64_t>(second) + 1, 4));
+  firstRoom_ = std::clamp(third, 1, std::max(1, second));
+}
+
+void sSparseMatrix::create(int lineCount, int positionCount, std::uint64_t entries) {
   free();
-  const std::uint64_t size = std::max<std::uint64_t>(static_cast<std::uint64_t>(third) + 1, 4) *
-                             std::max<std::uint64_t>(static_cast<std::uint64_t>(second) + 1, 4);
-  const auto tableSize = static_cast<std::size_t>(std::max(first, second));
-  pool = array<sSparseEntry>(size);
-  poolSize = static_cast<std::size_t>(size);
+  const auto tableSize = static_cast<std::size_t>(std::max(lineCount, positionCount));
+  pool = array<sSparseEntry>(entries);
+  poolSize = static_cast<std::size_t>(entries);
   lineTable = array<sSparseLine>(tableSize);
   rooms_ = array<std::int32_t>(tableSize);
   std::fill_n(lineTable, tableSize, sSparseLine{pool, 0});
   std::fill_n(rooms_, tableSize, 0);
-  lines = first;
-  lineCapacity = positions = second;
-  firstRoom_ = std::clamp(third, 1, std::max(1, second));
+  lines = lineCount;
+  lineCapacity = positions = positionCount;
+  firstRoom_ = 1;
 }
 
 int sSparseMatrix::insertCoef(int position, int line, double value) {
@@ -132,13 +155,6 @@ void sSparseMatrix::incMemory(std::size_t more, int line) {
   poolSize = static_cast<std::size_t>(size);
 }
 
-sSparseEntry* sSparseMatrix::appendLine(int line, std::int32_t count) {
-  if (count > 0) makeRoom(line, count);
-  lineTable[line].count = count;
-  nonZeros += count;
-  return lineTable[line].first;
-}
-
 namespace {
 
 template <typename T>
@@ -184,16 +200,8 @@ void sSparseMatrix::convertTo(sMatrixLD* dense) const { toDense(*this, *dense); 
 
 void sSparseMatrix::transponeFrom(const sSparseMatrix& source) {
   const std::uint32_t kept = source.flags;
-  quorvel::Columns stored;  // without what the flags say
-  stored.begin(source.positions, source.lines);
-  for (int line = 0; line < source.lines; ++line) {
-    for (int e = 0; e < source.lineTable[line].count; ++e) {
-      stored.row.push_back(source.lineTable[line].first[e].position);
-      stored.value.push_back(source.lineTable[line].first[e].value);
-    }
-    stored.endColumn();
-  }
-  quorvel::store(quorvel::transposed(stored), kept, *this);
+  *this = quorvel::transposed(source);
+  flags = kept;
 }
 
 void sSparseMatrix::mult(const sSparseMatrix& operand, sSparseMatrix&) const { requireFit(operand.positions, lines); }
@@ -201,13 +209,3 @@ void sSparseMatrix::mult(const sSparseMatrix& operand, sSparseMatrix&) const { r
 void sSparseMatrix::mult(const sSparseMatrix& operand, sMatrixLD&) const { requireFit(operand.positions, lines); }
 
 void sSparseMatrix::mult(const sMatrixLD& operand, sMatrixLD&) const { requireFit(operand.rows, lines); }
-
-void quorvel::store(const Columns& columns, std::uint32_t flags, sSparseMatrix& matrix) {
-  matrix.createSparseMatrix(columns.columns, columns.rows, 0);
-  for (int j = 0; j < columns.columns; ++j) {
-    const std::size_t first = columns.first(j), count = columns.end(j) - first;
-    sSparseEntry* const entries = matrix.appendLine(j, static_cast<std::int32_t>(count));
-    for (std::size_t e = 0; e < count; ++e) entries[e] = {columns.value[first + e], columns.row[first + e]};
-  }
-  matrix.flags = flags;
-}

@@ -17,12 +17,10 @@
 #include <quorvel/types.h>
 
 class sMatrixList;
-class sSparseMatrix;
 
 namespace quorvel {
-struct Columns;
 struct EquationList;
-void store(const Columns& columns, std::uint32_t flags, sSparseMatrix& matrix);
+struct SparseMaker;
 }  // namespace quorvel
 
 /// An entry of a line.
@@ -45,7 +43,9 @@ class QUORVEL_API sSparseMatrix {
  public:
   sSparseMatrix();
   sSparseMatrix(const sSparseMatrix& other);
+  sSparseMatrix(sSparseMatrix&& other) noexcept;
   sSparseMatrix& operator=(const sSparseMatrix& other);
+  sSparseMatrix& operator=(sSparseMatrix&& other) noexcept;
   ~sSparseMatrix();
 
   /// Makes an empty matrix without flags, of `first` lines with a capacity of `second` entries each; the matrices that
@@ -82,8 +82,8 @@ class QUORVEL_API sSparseMatrix {
   std::int32_t positions = 0;  ///< 1 more than the highest position that the matrix has room for or holds
 
  private:
-  friend void quorvel::store(const quorvel::Columns&, std::uint32_t, sSparseMatrix&);
-  sSparseEntry* appendLine(int line, std::int32_t count);
+  friend struct quorvel::SparseMaker;
+  void create(int lineCount, int positionCount, std::uint64_t entries);
   void makeRoom(int line, std::int32_t more);
   void incMemory(std::size_t more, int line);
   void free();
