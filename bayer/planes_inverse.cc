@@ -63,7 +63,7 @@ class Rule16 {
     const V level = hn::Add(in.y1, hn::Set(d, level_));
     // -22554 Cb - 46802 Cr in 2^-16, and below 111646 in 2^-16: even numbers, halved so that any planes fit.
     const V greenSum = hn::Add(hn::Mul(in.cb, hn::Set(d, -11277)), hn::Mul(in.cr, hn::Set(d, -23401)));
-    const V g1 = clampedTo(roundedShift<15>(greenSum, level), range_);
+    const V g1 = clampedTo(hn::Add(level, roundedShift<15>(greenSum, hn::Zero(d))), range_);
     V g2 = g1;
     if constexpr (kSecond == SecondGreen::Luminance) {
       g2 = clampedTo(hn::Add(g1, scaled<55823, 15>(hn::Sub(in.y2, in.y1))), range_);

@@ -9,13 +9,10 @@
 #include <quorvel/numerics.h>
 
 #include "bench/peers/numerics.h"
+#include "numerics/lapack.h"
 #include "tests/data/regression_sets.h"
 #include "tests/support/flight.h"
 #include "tests/support/reference/wide.h"
-
-extern "C" void dgelsd_(const int* m, const int* n, const int* sides, double* a, const int* lda, double* b,
-                        const int* ldb, double* singular, const double* rcond, int* rank, double* work,
-                        const int* workLength, int* integers, int* info);
 
 namespace quorvel::bench {
 namespace {

@@ -8,8 +8,7 @@
 #include "bench/peers/numerics.h"
 #endif
 #if defined(QUORVEL_PEER_OPENBLAS)
-extern "C" void dgesv_(const int* n, const int* sides, double* a, const int* lda, int* pivots, double* b,
-                       const int* ldb, int* info);
+#include "numerics/lapack.h"
 #endif
 
 namespace quorvel::bench {

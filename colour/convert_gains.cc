@@ -48,7 +48,9 @@ using Block = hn::Full128<std::int16_t>;
 HWY_INLINE hn::Vec<Block> line(hn::Vec<Block> samples, const KxB& first, const KxB& second) {
   const Block d;
   const hn::Repartition<std::uint64_t, Block> d64;
-  const auto a = hn::BitCast(d64, hn::LoadU(d, first.k)), b = hn::BitCast(d64, hn::LoadU(d, second.k));
+  const auto cell = [=](const KxB& c)
+                        HWY_ATTR { return hn::BitCast(d64, hn::LoadU(d, reinterpret_cast<const std::int16_t*>(&c))); };
+  const auto a = cell(first), b = cell(second);
   const auto gains = hn::BitCast(d, hn::InterleaveLower(d64, a, b));
   const auto offsets = hn::BitCast(d, hn::InterleaveUpper(d64, a, b));
   return hn::ShiftRight<3>(hn::SaturatedAdd(hn::Mul(samples, gains), offsets));

@@ -44,7 +44,7 @@ bool separates(char c) { return c == ' ' || c == '\n' || c == ',' || c == '\t' |
 // One number, which a separator or the end follows. Null for anything else.
 const char* parse(const char* from, const char* end, float* number) {
   if (*from == '+' && end - from > 1 && from[1] != '-') ++from;
-  double value = 0;  // wider than what is kept, so that tiny numbers become 0 rather than an error
+  double value = 0;  // wider than what is kept, so that numbers too small for a float become 0 rather than an error
   const auto [stop, error] = std::from_chars(from, end, value);
   // The names of infinities and of what is no number are words here.
   if (error != std::errc() || !std::isfinite(value) || (stop != end && !separates(*stop))) return nullptr;

@@ -46,10 +46,12 @@ struct ColorConvTableSojBase::Curves {
     slot = made;
     return 0;
   }
-  static void copy(const Curves* from, Curves*& slot) {
+  // False where there is no memory for what is to be copied.
+  static bool copy(const Curves* from, Curves*& slot) {
     Curves* made = from == nullptr ? nullptr : new (std::nothrow) Curves(*from);
     delete slot;
     slot = made;
+    return made != nullptr || from == nullptr;
   }
   static int minMax(const Curves* curves, unsigned channel, int* least, int* greatest) {
     if (channel > 2) return -1;
@@ -83,8 +85,10 @@ ColorConvTableSojBase& ColorConvTableSojBase::operator=(const ColorConvTableSojB
   table5_32_ = other.table5_32_;
   table64_ = other.table64_;
   table5_64_ = other.table5_64_;
-  Curves::copy(other.prescan_, prescan_);
-  Curves::copy(other.scan_, scan_);
+  const bool prescanned = Curves::copy(other.prescan_, prescan_), scanned = Curves::copy(other.scan_, scan_);
+  if (!prescanned || !scanned) {  // without its curves a copy would convert to something else: let it convert nothing
+    table32_.free(), table5_32_.free(), table64_.free(), table5_64_.free();
+  }
   return *this;
 }
 ColorConvTableSojBase::~ColorConvTableSojBase() {

@@ -31,7 +31,7 @@ const Cell* cellsOf(const TPtrAllocXYZ<Cell>& table) {
   return const_cast<TPtrAllocXYZ<Cell>&>(table).get();
 }
 
-// Whatever `from` holds, in memory of the copy's own.
+// Whatever `from` holds, in memory of the copy's own, with the cursor at its start.
 template <typename Cell>
 void copyCells(const TPtrAllocXYZ<Cell>& from, TPtrAllocXYZ<Cell>& to) {
   if (&from == &to) return;
@@ -42,7 +42,9 @@ void copyCells(const TPtrAllocXYZ<Cell>& from, TPtrAllocXYZ<Cell>& to) {
   if (cells != nullptr) std::copy_n(source.get(), source.total(), cells);
   unsigned nx = 0, ny = 0, nz = 0;
   if (cells != nullptr) source.getDimXY(&nx, &ny, &nz);
-  to.setDimXY(nx, ny, nz);
+  // A block that has shrunk may still have the shape of its better days.
+  if (to.setDimXY(nx, ny, nz) == 0) to.setDimXY(to.total(), 1, 1);
+  to.reset();
 }
 
 inline bool holdsRows(const TMatrix<float>& matrix, unsigned rows) {

@@ -9,19 +9,10 @@
 #include <algorithm>
 #include <vector>
 
+#include "numerics/lapack.h"
 #include "numerics/settings.h"
 #include "numerics/within_memory.h"
 #include "quorvel/numerics.h"
-
-extern "C" {
-void dgesv_(const int* n, const int* sides, double* a, const int* lda, int* pivots, double* b, const int* ldb,
-            int* info);
-void dsysv_(const char* triangle, const int* n, const int* sides, double* a, const int* lda, int* pivots, double* b,
-            const int* ldb, double* work, const int* workLength, int* info, std::size_t triangleLength);
-void dgelsd_(const int* m, const int* n, const int* sides, double* a, const int* lda, double* b, const int* ldb,
-             double* singular, const double* rcond, int* rank, double* work, const int* workLength, int* integers,
-             int* info);
-}
 
 namespace {
 

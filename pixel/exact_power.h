@@ -5,7 +5,7 @@
 
 namespace quorvel {
 
-// base ^ exponent for a normal base > 0 and a result from 2^-200 to 2^200, rounded to the nearest double: the error
+// base ^ exponent for a normal base > 0 and a result from 2^-200 to 2^200, rounded to double: the error
 // before that rounding is below 2^-95 of the result, where the C libraries leave about 2^-53 and so differ from each
 // other. Only +, -, *, / and scaling by powers of two. Some 100 times slower than `std::pow`.
 double exactPower(double base, double exponent);

@@ -129,16 +129,16 @@ void copy8rgba_replace_8a_SSE(const std::uint8_t* rgba, const std::uint8_t* alph
   HWY_DYNAMIC_DISPATCH(replaceAlphaBytes)(rgba, alpha, dst, n);
 }
 
-void copy8rgba_replace_8a_SSE_(std::uint8_t* rgba, const std::uint8_t* alpha, unsigned n) {
-  HWY_DYNAMIC_DISPATCH(replaceAlphaBytes)(rgba, alpha, rgba, n);
+void copy8rgba_replace_8a_SSE_(const std::uint8_t* rgba, const std::uint8_t* alpha, unsigned n, std::uint8_t* dst) {
+  copy8rgba_replace_8a_SSE(rgba, alpha, n, dst);
 }
 
 void copy8rgba_replace_16a_SSE(const std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n, std::uint8_t* dst) {
   HWY_DYNAMIC_DISPATCH(replaceAlphaWords)(rgba, alpha, dst, n);
 }
 
-void copy8rgba_replace_16a_SSE_(std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n) {
-  HWY_DYNAMIC_DISPATCH(replaceAlphaWords)(rgba, alpha, rgba, n);
+void copy8rgba_replace_16a_SSE_(const std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n, std::uint8_t* dst) {
+  copy8rgba_replace_16a_SSE(rgba, alpha, n, dst);
 }
 
 #endif

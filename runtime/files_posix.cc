@@ -64,6 +64,7 @@ int CMWFile::read(void* to, std::uint32_t bytes) {
 
 int CMWFile::write(const void* from, std::uint32_t bytes) {
   if (file_ == kNone) return 1;
+  lseek(descriptor(file_), 0, SEEK_SET);  // refused by pipes and the like, which have no start to return to
   return transfer(bytes, [&](std::uint32_t done, std::uint32_t rest) {
     return ::write(descriptor(file_), static_cast<const char*>(from) + done, rest);
   });

@@ -200,8 +200,8 @@ class QUORVEL_API ColorConvTableCreator : public ColorTableFile {
 class QUORVEL_API ColorConvTableSojBase {
  public:
   /// Interleaved pixels of 12 bits. All three return 0, or 3 while nothing was generated; then nothing is written. Any
-  /// count; source and destination may be the same. Bits above the twelfth are ignored, of values from the colour table
-  /// as well where a scan table follows.
+  /// count; the destination of the two that take interleaved pixels may be their source. Bits above the twelfth are
+  /// ignored, of values from the colour table as well where a scan table follows.
   virtual int convert48_48(const std::uint16_t* src, std::uint16_t* dst, unsigned n) const = 0;
   /// Interleaved pixels of 8 bits.
   virtual int convert24_24(const std::uint8_t* src, std::uint8_t* dst, unsigned n) const = 0;
@@ -270,7 +270,9 @@ extern "C" {
 /// At least 1 pixel, else -1 and nothing is written; otherwise 0. Source and destination may be the same. The residual
 /// of a sample, the bits below its level, is added to the cell's value with 32-bit additions: a byte that overflows
 /// carries into the next channel of its pixel, as does the first of the two words that share an addition. Grid-aligned
-/// cells up to the top grid value, such as `genDefault` and the cubes give, never overflow.
+/// cells up to the top grid value never overflow: those of `genDefault`, and those that the classes of 8 bits make of
+/// cubes. The classes of 12 bits keep the words of a cube as they are: from 0..4032 (3968 on 32 levels) they give 12
+/// bits, and from negative ones sums that carry.
 /// @{
 
 /// Pixels of 3 bytes; `cells` of a `ColorConvTable`.

@@ -26,7 +26,8 @@ class QUORVEL_API CMWFile {
   int size(std::uint64_t* bytes) const;
   /// Reads the first `bytes` bytes; fewer are a failure.
   int read(void* to, std::uint32_t bytes);
-  /// Writes the whole content, `bytes` bytes; fewer are a failure, and what was written stays. 0 bytes are a success.
+  /// Writes the whole content, `bytes` bytes from the start of the file; fewer are a failure, and what was written
+  /// stays. 0 bytes are a success.
   int write(const void* from, std::uint32_t bytes);
   /// Closes the file if one is open; fails where the system finds only now that something could not be written.
   int close();

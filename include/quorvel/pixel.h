@@ -28,7 +28,8 @@ class QUORVEL_API CGammaTblB_DLL {
 
   /// Fills the table anew. Index i gives 0 up to and at `lowLevel`, `maxOut` from `highLevel` on, and between them the
   /// integer part of ((i - lowLevel) / (highLevel - lowLevel)) ^ (1 / gamma) * maxOut + 0.5, of which a byte keeps the
-  /// low 8 bits. The power is rounded correctly, so that the table is the same on every platform.
+  /// low 8 bits. The power is computed far beyond double precision before it is rounded to one, so
+  /// that the table is the same on every platform.
   ///
   /// Every parameter is accepted: with highLevel <= lowLevel the table is a step from 0 to `maxOut` above `lowLevel`; a
   /// curve value beyond 32 bits, as a gamma of 0 or below can give, counts as the nearest 32-bit integer, NaN as 0.
@@ -181,20 +182,23 @@ QUORVEL_API void copy16_3_1(const std::uint16_t* s0, const std::uint16_t* s1, co
 /// `n` pixels of three bytes and a plane of `n` bytes into `n` pixels of four bytes.
 QUORVEL_API void copy8rgb_8a_to8rgba(const std::uint8_t* rgb, const std::uint8_t* alpha, unsigned n, std::uint8_t* dst);
 
-/// Copies `n` pixels of four bytes with the fourth replaced by a plane of `n` bytes.
+/// Copies `n` pixels of four bytes with the fourth replaced by a plane of `n` bytes. `dst` may be `rgba` itself, also
+/// of the three routines below.
 QUORVEL_API void copy8rgba_replace_8a_SSE(const std::uint8_t* rgba, const std::uint8_t* alpha, unsigned n,
                                           std::uint8_t* dst);
 
-/// As `copy8rgba_replace_8a_SSE`, in place: only the fourth bytes change.
-QUORVEL_API void copy8rgba_replace_8a_SSE_(std::uint8_t* rgba, const std::uint8_t* alpha, unsigned n);
+/// As `copy8rgba_replace_8a_SSE`.
+QUORVEL_API void copy8rgba_replace_8a_SSE_(const std::uint8_t* rgba, const std::uint8_t* alpha, unsigned n,
+                                           std::uint8_t* dst);
 
 /// Copies `n` pixels of four bytes with the fourth replaced by a plane of `n` words. A word of 0..255 keeps its value,
 /// as `copy8_16_3_toPlane` makes them; above 255 it gives 255.
 QUORVEL_API void copy8rgba_replace_16a_SSE(const std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n,
                                            std::uint8_t* dst);
 
-/// As `copy8rgba_replace_16a_SSE`, in place: only the fourth bytes change.
-QUORVEL_API void copy8rgba_replace_16a_SSE_(std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n);
+/// As `copy8rgba_replace_16a_SSE`.
+QUORVEL_API void copy8rgba_replace_16a_SSE_(const std::uint8_t* rgba, const std::uint16_t* alpha, unsigned n,
+                                            std::uint8_t* dst);
 
 /// @}
 
@@ -284,8 +288,8 @@ QUORVEL_API int convertBit1To8(const std::uint8_t* src, std::uint8_t* dst, unsig
 /// truncated on its own, so white gives 254.
 QUORVEL_API void RGBtoGray8(const std::uint8_t* src, std::uint8_t* dst, unsigned n);
 
-/// Brings three weights to 1/32768, rounded to nearest, for the conversions below; what falls outside 0..32767 is
-/// stored as 32767. Returns 0.
+/// Brings three weights to 1/32768 for the conversions below: the integer part of c x 32768 + 0.5. What falls outside
+/// 0..32767, as every weight of 1 or more and every negative one of -1.5/32768 or less, is stored as 32767. Returns 0.
 QUORVEL_API int convertCoef_RGB_to_Gray(double cr, double cg, double cb, RGB_to_Gray* coef);
 
 /// Grey of three planes of samples below 16384, limited to 4095: each sample is doubled, multiplied by its weight and

@@ -208,6 +208,24 @@ TEST(LumaChroma, InverseVariantsEqualTheModel) {
   proveAll(kInverseFloat);
 }
 
+// The chroma of a green is rounded before the luminance comes to it, which random planes hardly ever show.
+TEST(LumaChroma, HalvesOfTheChromaRoundByThemselves) {
+  std::vector<std::int16_t> cb, cr;
+  for (int b = -2048; b < 2048; ++b) {
+    for (int r = -2048; r < 2048; ++r) {
+      if (((22554 * b + 46802 * r) & 0xFFFF) != 0x8000) continue;
+      cb.push_back(static_cast<std::int16_t>(b));
+      cr.push_back(static_cast<std::int16_t>(r));
+    }
+  }
+  const auto columns = static_cast<unsigned>(cb.size());
+  ASSERT_GT(columns, 400u);
+  const std::vector<std::int16_t> y(2 * columns, 498), none;
+  for (const auto* variant : {&kInverse16[0], &kInverse16[2]}) {
+    proveInverse(*variant, {y, none, cb, cr}, columns, 2, 2 * columns, 2048, Guard::AfterEnd);
+  }
+}
+
 TEST(LumaChroma, ChangedWeightsServeTheNextCall) {
   std::int32_t* const weights = getRGBtoYCbCr_coefI16();
   const std::vector<std::int32_t> made(weights, weights + 9);

@@ -10,15 +10,7 @@
 #include <numeric>
 #include <vector>
 
-extern "C" {
-void dgesv_(const int* n, const int* sides, double* a, const int* lda, int* pivots, double* b, const int* ldb,
-            int* info);
-void dsysv_(const char* triangle, const int* n, const int* sides, double* a, const int* lda, int* pivots, double* b,
-            const int* ldb, double* work, const int* workLength, int* info, std::size_t triangleLength);
-void dgelsd_(const int* m, const int* n, const int* sides, double* a, const int* lda, double* b, const int* ldb,
-             double* singular, const double* rcond, int* rank, double* work, const int* workLength, int* integers,
-             int* info);
-}
+#include "numerics/lapack.h"
 
 namespace {
 

@@ -69,7 +69,10 @@ TEST(Layout, JoinsAndReplacesTheFourthChannel) {
       }
     };
   };
-  const auto inPlace = [=](Bytes& pixels, const auto& alpha, unsigned n) { joined(4)(pixels, alpha, n, pixels); };
+  // The one form into another buffer, the other in place.
+  const auto inPlace = [](auto routine) {
+    return [=](auto&& pixels, auto&& alpha, unsigned n) { routine(pixels, alpha, n, pixels); };
+  };
   proveRows(rowLengthsAndStreamed(4), [&](unsigned n, Pattern pattern, Guard guard) {
     const Bytes rgb = samples<std::uint8_t>(3 * n, pattern), rgba = samples<std::uint8_t>(4 * n, pattern, 2);
     const Bytes alpha = samples<std::uint8_t>(n, pattern, 3), out = room<std::uint8_t>(4 * n);
@@ -78,8 +81,8 @@ TEST(Layout, JoinsAndReplacesTheFourthChannel) {
     prove(guard, copy8rgb_8a_to8rgba, joined(3), rgb, alpha, n, out);
     prove(guard, copy8rgba_replace_8a_SSE, joined(4), rgba, alpha, n, out);
     prove(guard, copy8rgba_replace_16a_SSE, joined(4), rgba, wide, n, out);
-    prove(guard, copy8rgba_replace_8a_SSE_, inPlace, rgba, alpha, n);
-    prove(guard, copy8rgba_replace_16a_SSE_, inPlace, rgba, wide, n);
+    prove(guard, inPlace(copy8rgba_replace_8a_SSE_), inPlace(joined(4)), rgba, alpha, n);
+    prove(guard, inPlace(copy8rgba_replace_16a_SSE_), inPlace(joined(4)), rgba, wide, n);
   });
 }
 
