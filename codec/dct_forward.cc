@@ -53,11 +53,10 @@ bool isFlat(const ForwardBytes& blocks, std::size_t i) {
 
 // What a flat block of samples p becomes: one coefficient, quantised with the low byte of its bias, in 32 bits.
 void writeFlat(std::uint8_t p, const std::uint16_t* bias, const std::uint16_t* recip, std::uint16_t* dst) {
-  const int v = (p - 128) * 8;
-  const std::uint32_t magnitude =
-      ((static_cast<std::uint32_t>(v < 0 ? -v : v) * 8 + (bias[0] & 0xFFu)) * recip[0]) >> 16;
+  const int v = (p - 128) * 8, sign = (v > 0) - (v < 0);
+  const std::uint32_t magnitude = ((static_cast<std::uint32_t>(sign * v) * 8 + (bias[0] & 0xFFu)) * recip[0]) >> 16;
   std::memset(dst, 0, 64 * sizeof *dst);
-  dst[0] = static_cast<std::uint16_t>(v < 0 ? 0u - magnitude : magnitude);
+  dst[0] = static_cast<std::uint16_t>(static_cast<std::uint32_t>(sign) * magnitude);
 }
 
 }  // namespace

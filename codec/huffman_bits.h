@@ -25,6 +25,11 @@ static_assert(std::endian::native == std::endian::little, "words are stored as t
 
 inline constexpr std::uint64_t lowBits(unsigned n) { return (std::uint64_t{1} << n) - 1; }  // n < 64
 
+// A symbol's code, without what the table of a host may hold above its length.
+HWY_INLINE std::uint64_t codeIn(const std::uint32_t* codes, unsigned symbol, unsigned length) {
+  return codes[symbol] & lowBits(length);
+}
+
 // The category of a value and its extra bits.
 struct Coded {
   unsigned size;

@@ -22,6 +22,9 @@ struct Symbol {
   unsigned run;   // zeros before the value, or kEndOfBlock
   int value;
   int status;
+
+  // Of `bits`, those before the value.
+  unsigned codeBits() const { return bits - codeValue(value).size; }
 };
 
 HWY_INLINE Symbol lookedUpSymbol(std::uint32_t entry) {
@@ -55,21 +58,25 @@ HWY_INLINE Symbol interpret(std::uint64_t view, const c_decode_tbl& table) {
 }
 
 // The symbol that the look-up alone did not give. The reader comes by value, so that it can live in registers. The next
-// word is not looked at unless the symbol cannot be told without it: it may lie beyond the stream.
+// word is not looked at unless the symbol cannot be told without it: it may lie beyond the stream. A value behind
+// `room` zeros or more stays in the stream, and so may be still to come.
 template <bool kJpeg, bool kBounded>
-HWY_NOINLINE Symbol resolve(BitReader<kBounded> reader, const c_decode_tbl* table) {
-  Symbol symbol = interpret<kJpeg>(reader.bits(), *table);
+HWY_NOINLINE Symbol resolve(BitReader<kBounded> reader, const c_decode_tbl* table, std::size_t room) {
   unsigned valid = reader.count();
-  if (symbol.bits <= valid) return symbol;
+  const auto complete = [&](const Symbol& symbol) {
+    return symbol.bits <= valid || (symbol.bits != kUndefined && symbol.run >= room && symbol.codeBits() <= valid);
+  };
+  Symbol symbol = interpret<kJpeg>(reader.bits(), *table);
+  if (complete(symbol)) return symbol;
   if (symbol.bits != kUndefined || valid < kLongestCode) symbol = interpret<kJpeg>(reader.ahead(valid), *table);
-  if (symbol.bits > valid) symbol.status = symbol.bits == kUndefined && valid >= kLongestCode ? kBadCode : kDataEnd;
+  if (!complete(symbol)) symbol.status = symbol.bits == kUndefined && valid >= kLongestCode ? kBadCode : kDataEnd;
   return symbol;
 }
 
 template <bool kJpeg, bool kBounded>
-HWY_INLINE Symbol next(const BitReader<kBounded>& reader, const c_decode_tbl& table) {
+HWY_INLINE Symbol next(const BitReader<kBounded>& reader, const c_decode_tbl& table, std::size_t room) {
   const std::uint32_t entry = (kJpeg ? table.jpeg : table.pelto)[reader.bits() & lowBits(kLookUpBits)];
-  if (HWY_UNLIKELY((entry & 0xFF) > reader.count())) return resolve<kJpeg>(reader, &table);
+  if (HWY_UNLIKELY((entry & 0xFF) > reader.count())) return resolve<kJpeg>(reader, &table, room);
   return lookedUpSymbol(entry);
 }
 
@@ -108,7 +115,10 @@ template <bool kBounded>
 class SymbolsInTurn {
  public:
   explicit SymbolsInTurn(BitReader<kBounded>& reader) : reader_(reader) {}
-  HWY_INLINE Symbol next(const c_decode_tbl& table) { return HWY_NAMESPACE::next<true>(reader_, table); }
+  // In JPEG no value goes beyond its block.
+  HWY_INLINE Symbol next(const c_decode_tbl& table) {
+    return HWY_NAMESPACE::next<true>(reader_, table, kEndOfBlock + 1);
+  }
   HWY_INLINE void advance(unsigned bits) { reader_.advance(bits); }
 
  private:
@@ -182,7 +192,7 @@ int decodePelto(int component, CHuffman_state* state, std::int16_t* HWY_RESTRICT
   }
   state->pendingRun = state->pendingSize = 0;
   while (position < 64) {
-    Symbol symbol = next<false>(reader, *table);
+    Symbol symbol = next<false>(reader, *table, 64 - position);
     if (HWY_UNLIKELY(symbol.status != 0)) {
       reader.end(*state);
       return symbol.status;
@@ -195,9 +205,8 @@ int decodePelto(int component, CHuffman_state* state, std::int16_t* HWY_RESTRICT
     } else if (symbol.value == 0) {
       ++position;  // the last zero of a full run
     } else {       // the value is the next block's, and so are its bits
-      const unsigned size = codeValue(symbol.value).size;
-      state->pendingSize = static_cast<int>(size);
-      symbol.bits -= size;
+      state->pendingSize = static_cast<int>(symbol.bits - symbol.codeBits());
+      symbol.bits = symbol.codeBits();
     }
     reader.advance(symbol.bits);
   }
@@ -225,16 +234,20 @@ HWY_INLINE int decodePeltoRow(BitReader<kBounded>& reader, std::int16_t* HWY_RES
     if (spilled) row[position++] = static_cast<std::int16_t>(symbol.value);
     spilled = false;
     while (position < end) {
-      symbol = next<false>(reader, table);
+      symbol = next<false>(reader, table, all - position);
       if (HWY_UNLIKELY(symbol.status != 0)) break;
-      reader.advance(symbol.bits);
       if (HWY_UNLIKELY(symbol.run == kEndOfBlock)) {
+        reader.advance(symbol.bits);
         position = (position / 64 + 1) * 64;
         continue;
       }
       position += symbol.run;
       spilled = position >= end;
-      if (HWY_UNLIKELY(spilled)) break;
+      if (HWY_UNLIKELY(spilled)) {
+        reader.advance(position >= all ? symbol.codeBits() : symbol.bits);
+        break;
+      }
+      reader.advance(symbol.bits);
       row[position++] = static_cast<std::int16_t>(symbol.value);
     }
     completed = std::min(position, end) / 64;

@@ -136,8 +136,8 @@ class TableSink {
 
  protected:
   HWY_INLINE void put(const std::uint32_t* entries, unsigned run, Coded v) {
-    const unsigned s = run | v.size;
-    const Field field = Order::join(entries[Order::kCodes + s], entries[kLengths + s], v);
+    const unsigned s = run | v.size, length = entries[kLengths + s];
+    const Field field = Order::join(codeIn(entries + Order::kCodes, s, length), length, v);
     writer_.put(field.bits, field.length);
   }
 
@@ -155,7 +155,7 @@ class CacheSink : public TableSink<JpegInBytes> {
     constexpr int kHalf = 1 << (kBits - 1);
     if (HWY_UNLIKELY(v < -kHalf || v >= kHalf)) return TableSink::value(run, v);
     const CTblElem& pair = cache_[run << kBits | (static_cast<unsigned>(v) & lowBits(kBits))];
-    writer_.put(pair.bits, pair.length);
+    writer_.put(pair.bits & lowBits(pair.length), pair.length);
   }
 
  private:
@@ -256,6 +256,7 @@ int flushHuffmanBlock8(CHuffman_state* state) {
   StuffedWriter writer(*state);
   writer.finish();
   writer.end(*state);
+  state->pendingRun = 0;
   return 0;
 }
 

@@ -3,13 +3,18 @@
 // measured by, and the end of a stream.
 #include <algorithm>
 
-#include "codec/huffman_bits.h"
+#include "codec/huffman_tables.h"
 
 namespace quorvel {
 namespace {
 
-constexpr unsigned kFullRun = 16, kFullRunSymbol = 0xF0;
+constexpr unsigned kFullRun = 16;
 constexpr int kLargestValue = 32767;  // the largest of category 15
+
+void put(WordWriter& writer, const c_derived_tbl& table, unsigned symbol) {
+  const unsigned length = table.entries[kLengths + symbol];
+  writer.put(codeIn(table.entries + kInternalCodes, symbol, length), length);
+}
 
 // The next symbol, read a bit at a time until the code is one of its length, or -1.
 int readSymbol(BitReader<false>& reader, const c_decode_tbl& table) {
@@ -44,9 +49,7 @@ int encodeHuffmanPeltoBlockSlow(int component, CHuffman_state* state, const std:
   }
   state->lastDC[component] = block[0];
   WordWriter writer(*state);
-  const auto putSymbol = [&](unsigned symbol) {
-    writer.put(table->entries[kInternalCodes + symbol], table->entries[kLengths + symbol]);
-  };
+  const auto putSymbol = [&](unsigned symbol) { put(writer, *table, symbol); };
   auto run = static_cast<unsigned>(state->pendingRun);
   for (unsigned i = 0; i < 64; ++i) {
     const int v = i == 0 ? difference : block[i];
@@ -69,7 +72,7 @@ int encodeHuffmanPeltoBlockSlow(int component, CHuffman_state* state, const std:
 
 int flushHuffmanPeltoBlockSlow(CHuffman_state* state, const c_derived_tbl* table) {
   WordWriter writer(*state);
-  if (state->pendingRun != 0) writer.put(table->entries[kInternalCodes], table->entries[kLengths]);
+  if (state->pendingRun != 0) put(writer, *table, kEndSymbol);
   writer.end(*state);
   // The whole word is written, so that whoever reads by words finds zeros after the last bit.
   const unsigned units = (static_cast<unsigned>(state->bitCount) + 15) / 16;
@@ -102,11 +105,11 @@ int decodeHuffmanPeltoBlockSlow(int component, CHuffman_state* state, std::int16
       return kBadCode;
     }
     const unsigned run = static_cast<unsigned>(symbol) >> 4, size = symbol & 15;
-    if (symbol == kFullRunSymbol) {
+    if (symbol == static_cast<int>(kFullRunSymbol)) {
       position += kFullRun;
       continue;
     }
-    if (symbol == 0) {
+    if (symbol == static_cast<int>(kEndSymbol)) {
       position = 64;
       continue;
     }

@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
-#include <memory>
+#include <iterator>
 #include <mutex>
-#include <new>
 #include <utility>
-#include <vector>
+
+#include "runtime/plain_memory.h"
 
 namespace quorvel {
 namespace {
@@ -21,15 +20,26 @@ struct Code {
   unsigned length;
 };
 
-// The codes of a definition, in the order of their symbols; false where they are no prefix code.
-bool assignCodes(const unsigned char counts[kLongestCode], std::vector<Code>& codes) {
-  std::uint32_t next = 0;
-  for (unsigned length = 1; length <= kLongestCode; ++length, next <<= 1) {
-    for (unsigned i = 0; i < counts[length - 1]; ++i) codes.push_back({next++, length});
-    if (next > 1u << length || codes.size() > kSymbols) return false;
+// The codes of a definition, in the order of their symbols.
+class Codes {
+ public:
+  // False where they are no prefix code.
+  bool assign(const unsigned char counts[kLongestCode]) {
+    std::uint32_t next = 0;
+    for (unsigned length = 1; length <= kLongestCode; ++length, next <<= 1) {
+      if (size_ + counts[length - 1] > kSymbols) return false;
+      for (unsigned i = 0; i < counts[length - 1]; ++i) codes_[size_++] = {next++, length};
+      if (next > 1u << length) return false;
+    }
+    return true;
   }
-  return true;
-}
+  std::size_t size() const { return size_; }
+  const Code& operator[](std::size_t i) const { return codes_[i]; }
+
+ private:
+  std::array<Code, kSymbols> codes_;
+  std::size_t size_ = 0;
+};
 
 // Place of an entry: `low` bits of the table's index are the code, first bit lowest, and what follows is any.
 template <typename Fill>
@@ -56,20 +66,39 @@ std::uint32_t lookUpEntry(unsigned symbol, unsigned length, std::uint32_t after,
 // What the library keeps for the tables that are prepared for pairs of 15 bits.
 class KeptCaches {
  public:
+  // Null where there is no memory.
   CTblElem* make(const c_derived_tbl* table) {
     const std::lock_guard lock(mutex_);
-    auto& cache = caches_[table];
-    if (cache == nullptr) cache.reset(new (std::nothrow) CTblElem[kBigCacheEntries12]);
-    return cache.get();
+    Kept*& place = placeOf(table);
+    if (place == nullptr) {
+      place = plainMemory<Kept>(1);
+      if (place == nullptr) return nullptr;
+      place->owner = table;
+      place->next = nullptr;
+    }
+    return place->entries;
   }
   void drop(const c_derived_tbl* table) {
     const std::lock_guard lock(mutex_);
-    caches_.erase(table);
+    Kept*& place = placeOf(table);
+    if (place != nullptr) FreeMemory()(std::exchange(place, place->next));
   }
 
  private:
+  struct Kept {
+    const c_derived_tbl* owner;
+    Kept* next;
+    CTblElem entries[kBigCacheEntries12];
+  };
+  // The link to what is kept for the table, or the one at the end.
+  Kept*& placeOf(const c_derived_tbl* table) {
+    Kept** place = &first_;
+    while (*place != nullptr && (*place)->owner != table) place = &(*place)->next;
+    return *place;
+  }
+
   std::mutex mutex_;
-  std::map<const c_derived_tbl*, std::unique_ptr<CTblElem[]>> caches_;
+  Kept* first_ = nullptr;
 };
 
 KeptCaches& keptCaches() {
@@ -84,8 +113,8 @@ KeptCaches& keptCaches() {
 using namespace quorvel;
 
 int makeDerivedTable(const unsigned char counts[16], const unsigned char* symbols, c_derived_tbl* table) {
-  std::vector<Code> codes;
-  if (!assignCodes(counts, codes)) return kOutOfRange;
+  Codes codes;
+  if (!codes.assign(counts)) return kOutOfRange;
   std::array<bool, kSymbols> seen{};
   for (std::size_t i = 0; i < codes.size(); ++i) {
     if (std::exchange(seen[symbols[i]], true)) return kOutOfRange;
@@ -102,8 +131,8 @@ int makeDerivedTable(const unsigned char counts[16], const unsigned char* symbol
 }
 
 int makeDecodeTable(const unsigned char counts[16], const unsigned char* symbols, c_decode_tbl* table) {
-  std::vector<Code> codes;
-  if (!assignCodes(counts, codes)) return kOutOfRange;
+  Codes codes;
+  if (!codes.assign(counts)) return kOutOfRange;
   std::fill_n(table->pelto, std::size(table->pelto), symbolOnly(0, 0));
   std::fill_n(table->jpeg, std::size(table->jpeg), symbolOnly(0, 0));
   std::fill_n(table->maxCode, std::size(table->maxCode), -1);
@@ -125,41 +154,47 @@ int makeDecodeTable(const unsigned char counts[16], const unsigned char* symbols
 // Package-merge: symbols and packages of two are merged by weight, once for each bit of the longest code; the packages
 // that the last merge needs tell how many of the lightest symbols take part in each.
 int makeOptimalTable(const std::uint32_t frequencies[256], unsigned char counts[16], unsigned char* symbols) {
-  std::vector<unsigned> order;
+  std::array<unsigned, kSymbols> order;
+  unsigned used = 0;
   for (unsigned s = 0; s < kSymbols; ++s) {
-    if (frequencies[s] != 0) order.push_back(s);
+    if (frequencies[s] != 0) order[used++] = s;
   }
-  std::stable_sort(order.begin(), order.end(), [&](unsigned a, unsigned b) { return frequencies[a] < frequencies[b]; });
-  struct Item {
-    std::uint64_t weight;
-    bool symbol;
-  };
+  std::sort(order.begin(), order.begin() + used, [&](unsigned a, unsigned b) {
+    return frequencies[a] != frequencies[b] ? frequencies[a] < frequencies[b] : a < b;
+  });
   // One symbol more, lighter than all others, takes the code of all ones and is then left out.
-  std::vector<Item> leaves = {{0, true}};
-  for (const unsigned s : order) leaves.push_back({frequencies[s], true});
-  std::array<std::vector<Item>, kLongestCode> merged;
-  merged[0] = leaves;
-  for (unsigned level = 1; level < kLongestCode; ++level) {
-    const auto& below = merged[level - 1];
-    std::vector<Item> packages;
-    for (std::size_t i = 0; i + 1 < below.size(); i += 2) {
-      packages.push_back({below[i].weight + below[i + 1].weight, false});
+  const unsigned leaves = used + 1;
+  const auto weightOf = [&](unsigned leaf) { return leaf == 0 ? std::uint64_t{0} : frequencies[order[leaf - 1]]; };
+  constexpr unsigned kItems = 2 * kSymbols + 2;
+  struct Level {
+    std::array<bool, kItems> isSymbol;
+    unsigned size = 0;
+  };
+  std::array<Level, kLongestCode> merged;
+  std::array<std::uint64_t, kItems> below, weights;
+  unsigned packages = 0;
+  for (auto& [isSymbol, size] : merged) {
+    for (unsigned leaf = 0, package = 0; leaf + package < leaves + packages; ++size) {
+      const std::uint64_t pair = package < packages ? below[2 * package] + below[2 * package + 1] : 0;
+      isSymbol[size] = package == packages || (leaf < leaves && weightOf(leaf) <= pair);
+      weights[size] = isSymbol[size] ? weightOf(leaf) : pair;
+      ++(isSymbol[size] ? leaf : package);
     }
-    std::merge(leaves.begin(), leaves.end(), packages.begin(), packages.end(), std::back_inserter(merged[level]),
-               [](const Item& a, const Item& b) { return a.weight < b.weight; });
+    packages = size / 2;
+    std::copy_n(weights.begin(), size, below.begin());
   }
-  std::vector<unsigned> lengths(leaves.size());
-  std::size_t needed = 2 * (leaves.size() - 1);
+  std::array<unsigned, kSymbols + 1> lengths{};
+  unsigned needed = 2 * (leaves - 1);
   for (unsigned level = kLongestCode; level-- > 0;) {
-    const auto taken = std::count_if(merged[level].begin(), merged[level].begin() + static_cast<std::ptrdiff_t>(needed),
-                                     [](const Item& item) { return item.symbol; });
-    for (std::ptrdiff_t i = 0; i < taken; ++i) ++lengths[static_cast<std::size_t>(i)];
-    needed = 2 * (needed - static_cast<std::size_t>(taken));
+    const auto first = merged[level].isSymbol.begin();
+    const auto taken = static_cast<unsigned>(std::count(first, first + needed, true));
+    for (unsigned leaf = 0; leaf < taken; ++leaf) ++lengths[leaf];
+    needed = 2 * (needed - taken);
   }
   std::fill_n(counts, kLongestCode, static_cast<unsigned char>(0));
-  for (std::size_t i = 0; i < order.size(); ++i) ++counts[lengths[i + 1] - 1];
-  std::copy(order.rbegin(), order.rend(), symbols);  // the most frequent ones have the shortest codes
-  return static_cast<int>(order.size());
+  for (unsigned leaf = 1; leaf < leaves; ++leaf) ++counts[lengths[leaf] - 1];
+  std::reverse_copy(order.begin(), order.begin() + used, symbols);  // the most frequent ones have the shortest codes
+  return static_cast<int>(used);
 }
 
 void genBigCacheTable(CTblElem* out, const c_derived_tbl* table, int mode) {

@@ -80,7 +80,8 @@ QUORVEL_API std::uint16_t* calcFDCT16_wq(const std::uint16_t* src, unsigned stri
 ///
 /// A block of 64 equal samples p is not transformed if `isCommonEMMX` has been asked before and its answer was 1. Then
 /// with v = 8 * (p - 128) the first coefficient is ((8 * |v| + (bias[0] & 255)) * recip[0]) >> 16 with the sign of v,
-/// and all others are 0. This is the full transform's result for all but very fine quantisers.
+/// and all others are 0. The full transform differs from that by 1, seldom 2, for some samples p under
+/// many quantisers: results repeat only where `isCommonEMMX` was asked in both runs, or in neither.
 QUORVEL_API std::uint16_t* calcFDCT16_bq(const std::uint8_t* src, unsigned stride, const std::uint16_t* bias,
                                          const std::uint16_t* recip, std::uint16_t* dst, std::int64_t* work);
 /// `calcFDCT16_bq` with the left factor from `getFDCT64_2`.

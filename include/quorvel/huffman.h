@@ -74,7 +74,8 @@ struct CCoefStatInfo {
   std::uint32_t categories[64][16];  ///< how often a category (0 for zeros) occurred at a place in its block
 };
 
-/// How far a decoder came: blocks completed, and bits of the stream taken by the symbols that it understood.
+/// How far a decoder came: blocks completed, and bits of the stream taken by the symbols that it understood. The bits
+/// of a value that belongs behind the last block count as not taken.
 struct CHuffmanProgress {
   unsigned blocks;
   std::uint64_t bits;
@@ -130,10 +131,12 @@ QUORVEL_API int makeOptimalTable(const std::uint32_t frequencies[256], unsigned 
 QUORVEL_API void genBigCacheTable(CTblElem* out, const c_derived_tbl* table, int mode);
 /// Makes the look-up of a mode for the table's encoder: `encodeHuffmanBlock8BigCache` has mode 0, in the table itself;
 /// `encodeHuffmanBlock8BigCache12` the other, 2.5 MiB that the library keeps for this address. To be called before
-/// coding begins in several threads. Returns 0, or -1 where memory is short. Without it, and for a copy of a table
-/// prepared for the other mode, the same streams are made without look-up.
+/// coding begins in several threads, and again when a host has changed a table's entries. Returns 0, or -1 where memory
+/// is short. Without it, and for a copy of a table prepared for the other mode, the same streams are made without
+/// look-up.
 QUORVEL_API int prepareBigCache(c_derived_tbl* table, int mode);
-/// Gives back what `prepareBigCache` keeps for the table, before its memory is given back.
+/// Gives back what `prepareBigCache` keeps for the table, before its memory is given back. A copy that was made of the
+/// table before must not be put in its place afterwards: it tells of the look-up that is gone.
 QUORVEL_API void releaseBigCache(c_derived_tbl* table);
 
 /// @}
@@ -194,8 +197,9 @@ QUORVEL_API std::uint32_t* getPeltoCategoryStat();
 /// @}
 /// @name Decoders
 /// Each sets all coefficients of its blocks and returns 0. -1: a code that the table does not define, or a coefficient
-/// beyond its block (JPEG); -2: the data end (routines that know their length). The state is then behind the last
-/// symbol understood, its DC prediction as before the block. A block that was not completed holds what was read of it.
+/// beyond its block (JPEG); -2: the data end, also within 16 bits behind such a code (routines that know their length).
+/// The state is then behind the last symbol understood, its DC prediction as before the block. A block that was not
+/// completed holds what was read of it.
 /// @{
 
 /// Own stream, bit by bit and symbol by symbol. The state must not tell of a place beyond the block (-1).

@@ -53,7 +53,7 @@ inline Words flat(int p, std::uint16_t bias, std::uint16_t recip) {
   const int v = (p - 128) * 8;
   const std::uint32_t q = ((static_cast<std::uint32_t>(std::abs(v)) * 8 + (bias & 0xFF)) * recip) >> 16;
   Words out{};
-  out[0] = wrapped(v < 0 ? -static_cast<int>(q) : static_cast<int>(q));
+  out[0] = wrapped(((v > 0) - (v < 0)) * static_cast<int>(q));
   return out;
 }
 
