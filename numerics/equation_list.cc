@@ -31,7 +31,10 @@ void sMatrixList::createEquationList(int unknowns, int equations) {
   list_->unknowns = unknowns;
   list_->equations.clear();
   list_->terms.clear();
-  withinMemory([&] { list_->equations.reserve(static_cast<std::size_t>(equations)); });
+  withinMemory([&] {
+    list_->equations.reserve(static_cast<std::size_t>(equations));
+    list_->marks.assign(static_cast<std::size_t>(unknowns), {-1, -1});
+  });
 }
 
 int sMatrixList::createEquation(double constant, double weight) {
@@ -40,14 +43,12 @@ int sMatrixList::createEquation(double constant, double weight) {
   return list_->count() - 1;
 }
 
-// O(terms of the equation)
 void sMatrixList::insertMult(int equation, int unknown, double coefficient) {
   requireIndex("insertMult", "equation", equation, list_->count());
   requireIndex("insertMult", "unknown", unknown, list_->unknowns);
   auto& own = list_->equations[static_cast<std::size_t>(equation)];
   auto& terms = list_->terms;
-  for (int t = own.first; t >= 0; t = terms[static_cast<std::size_t>(t)].next) {
-    if (terms[static_cast<std::size_t>(t)].unknown != unknown) continue;
+  if (const int t = list_->termOf(equation, unknown); t >= 0) {
     terms[static_cast<std::size_t>(t)].coefficient += coefficient;
     return;
   }
@@ -56,6 +57,7 @@ void sMatrixList::insertMult(int equation, int unknown, double coefficient) {
   (own.last >= 0 ? terms[static_cast<std::size_t>(own.last)].next : own.first) = fresh;
   own.last = fresh;
   ++own.terms;
+  if (equation + 1 == list_->count()) list_->marks[static_cast<std::size_t>(unknown)] = {equation, fresh};
 }
 
 int sMatrixList::askNEqv() const { return list_->count(); }
@@ -69,9 +71,11 @@ int sMatrixList::calcMaxVarPerRow() const {
 }
 
 int sMatrixList::calcMaxVarPerY() const {
-  std::vector<int> uses(static_cast<std::size_t>(list_->unknowns));
-  for (const auto& term : list_->terms) ++uses[static_cast<std::size_t>(term.unknown)];
-  return uses.empty() ? 0 : *std::max_element(uses.begin(), uses.end());
+  return withinMemory([&] {
+    std::vector<int> uses(static_cast<std::size_t>(list_->unknowns));
+    for (const auto& term : list_->terms) ++uses[static_cast<std::size_t>(term.unknown)];
+    return uses.empty() ? 0 : *std::max_element(uses.begin(), uses.end());
+  });
 }
 
 namespace {

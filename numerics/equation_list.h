@@ -22,9 +22,24 @@ struct EquationList {
   int unknowns = 0;
   std::vector<Equation> equations;
   std::vector<Term> terms;
+  // Of each unknown the term that it has in the latest equation, if it has one: terms are mostly added there.
+  struct Mark {
+    int equation, term;
+  };
+  std::vector<Mark> marks;
 
   int count() const { return static_cast<int>(equations.size()); }
   const Equation& equation(int e) const { return equations[static_cast<std::size_t>(e)]; }
+  // The term of an unknown in an equation, or -1. O(1) in the latest equation, O(terms of the equation) elsewhere.
+  int termOf(int e, int unknown) const {
+    if (e + 1 == count()) {
+      const Mark& mark = marks[static_cast<std::size_t>(unknown)];
+      return mark.equation == e ? mark.term : -1;
+    }
+    int t = equation(e).first;
+    while (t >= 0 && terms[static_cast<std::size_t>(t)].unknown != unknown) t = terms[static_cast<std::size_t>(t)].next;
+    return t;
+  }
   double weightedConstant(int e) const { return equation(e).constant * equation(e).root; }
 
   // Calls take(unknown, coefficient) for each term, in the order of insertion, without the weight.

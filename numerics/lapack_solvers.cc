@@ -7,6 +7,7 @@
 //
 // Shapes are tested before LAPACK sees them, because packaged versions print a message about an illegal argument.
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "numerics/lapack.h"
@@ -20,10 +21,16 @@ using Doubles = std::vector<double>;
 
 // LAPACK's numbers of the arguments that a shape can make illegal.
 constexpr int kBadColumnsOfSquare = -1, kBadLeadingDimensionOfSides = -7;
+// And of those whose elements the iteration of the singular values would never end for.
+constexpr int kBadMatrix = -4, kBadSides = -6;
 
 Doubles copyOf(const sMatrixD& matrix) { return Doubles(matrix.data(), matrix.data() + matrix.size()); }
 
 std::size_t elements(int count) { return static_cast<std::size_t>(count); }
+
+bool areFinite(const double* values, std::size_t count) {
+  return std::all_of(values, values + count, [](double v) { return std::isfinite(v); });
+}
 
 struct LeastSquares {
   Doubles x;
@@ -33,6 +40,8 @@ struct LeastSquares {
 // `b` has m entries and m >= n, so that it has room for the solution.
 int leastSquares(const sMatrixD& A, const double* b, double condition, LeastSquares& result) {
   const int m = A.rows, n = A.columns, one = 1, leading = std::max(1, m);
+  if (!areFinite(A.data(), A.size())) return kBadMatrix;
+  if (!areFinite(b, elements(m))) return kBadSides;
   Doubles a = copyOf(A), singular(elements(n));
   result.x.assign(b, b + m);
   int info = 0;

@@ -64,25 +64,26 @@ void findScale(const sMatrixLD& normal, T* scale) {
   }
 }
 
-// values = high + low, the nearest number of type T and what it leaves.
+// scale * (a column of the scaled unknown j) as high + low, the nearest numbers of type T and what they leave.
 template <typename T>
-void split(const long double* values, int n, T* high, T* low) {
+void scaledColumn(const long double* column, const T* scale, T unknown, int n, T* high, T* low) {
   for (int i = 0; i < n; ++i) {
-    high[i] = static_cast<T>(values[i]);
-    low[i] = static_cast<T>(values[i] - high[i]);
+    const long double value = column[i] * scale[i] * unknown;  // by powers of 2: exact
+    high[i] = static_cast<T>(value);
+    low[i] = static_cast<T>(value - high[i]);
   }
 }
 
-// sides = scale * (b - A x), in twice the precision. An extended element of A is two numbers of type double.
+// sides = b - A x of the scaled system, in twice the precision. An extended element is two numbers of type double.
 template <typename T>
 void residual(const sMatrixLD& A, const sMatrixLD& b, WorkVectors<T>& work) {
   const int n = A.rows;
   const T *const x = work[kSolution], *const scale = work[kScale];
   T *const sum = work[kSum], *const lost = work[kLost], *const sides = work[kSides];
   T *const high = work[kHigh], *const low = work[kLow];
-  split(b.data(), n, sum, lost);
+  scaledColumn(b.data(), scale, T{1}, n, sum, lost);
   for (int j = 0; j < n; ++j) {
-    split(A.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(n), n, high, low);
+    scaledColumn(A.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(n), scale, scale[j], n, high, low);
     const T factor = -x[j];
     const Halves<T> halves(factor);
     for (int i = 0; i < n; ++i) {  // apart from the extended numbers, so that compilers find the vectors in it
@@ -92,7 +93,7 @@ void residual(const sMatrixLD& A, const sMatrixLD& b, WorkVectors<T>& work) {
       lost[i] = row.lost + low[i] * factor;
     }
   }
-  for (int i = 0; i < n; ++i) sides[i] = (sum[i] + lost[i]) * scale[i];
+  for (int i = 0; i < n; ++i) sides[i] = sum[i] + lost[i];
 }
 
 template <typename T>
@@ -128,13 +129,11 @@ int solve(CVarDescList& variables, CSimplexProgram& program, const sMatrixLD& no
   for (int i = 0; i < n; ++i) variables[tableau.rowVariable(i)].position = i;
 
   tableau.multiply(work[kSides], x);
-  const T largest = largestMagnitude(x, n);
-  for (int i = 0; i < n; ++i) x[i] *= scale[i];
   residual(normal, b, work);
   tableau.multiply(work[kSides], d);
   // A correction as large as the solution tells that the inverse holds nothing but noise.
-  if (!(largestMagnitude(d, n) <= largest / 2)) return matErrorZeroDeterminant;
-  for (int i = 0; i < n; ++i) result[i] = x[i] + d[i] * scale[i];
+  if (!(largestMagnitude(d, n) <= largestMagnitude(x, n) / 2)) return matErrorZeroDeterminant;
+  for (int i = 0; i < n; ++i) result[i] = (x[i] + d[i]) * scale[i];
   return 0;
 }
 

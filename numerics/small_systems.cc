@@ -18,17 +18,14 @@ int leastSquares4x3(const T (*rows)[4], T* x) {
     for (int i = from; i < 4; ++i) squares += m[i][column] * m[i][column];
     return std::sqrt(squares);
   };
-  T whole[3];
-  for (int k = 0; k < 3; ++k) {
-    // Powers of 2 keep squares within range and change no other bit.
+  // Powers of 2 keep squares within range and change no other bit.
+  int exponents[4];
+  for (int k = 0; k < 4; ++k) {
     T largest = 0;
     for (int i = 0; i < 4; ++i) largest = std::max(largest, std::abs(m[i][k]));
-    if (!(largest > 0) || !std::isfinite(largest)) return 1;
-    whole[k] = 1;
-    int exponent;
-    std::frexp(largest, &exponent);
-    for (int i = 0; i < 4; ++i) m[i][k] = std::ldexp(m[i][k], -exponent);
-    whole[k] = std::ldexp(whole[k], -exponent);
+    if (!std::isfinite(largest) || (k < 3 && !(largest > 0))) return 1;
+    std::frexp(largest, &exponents[k]);
+    for (int i = 0; i < 4; ++i) m[i][k] = std::ldexp(m[i][k], -exponents[k]);
   }
   for (int k = 0; k < 3; ++k) {
     const T before = length(k, 0), rest = length(k, k);
@@ -51,7 +48,7 @@ int leastSquares4x3(const T (*rows)[4], T* x) {
     for (int j = i + 1; j < 3; ++j) solution[i] -= m[i][j] * solution[j];
     solution[i] /= m[i][i];
   }
-  for (int i = 0; i < 3; ++i) x[i] = solution[i] * whole[i];
+  for (int i = 0; i < 3; ++i) x[i] = std::ldexp(solution[i], exponents[3] - exponents[i]);
   return 0;
 }
 

@@ -24,7 +24,10 @@ bool invert3(const T* a, T* inverse) {
   for (int k = 0; k < 3; ++k) {
     int pivot = k;
     for (int i = k + 1; i < 3; ++i) {
-      if (std::abs(m[i][k]) * scale[pivot] > std::abs(m[pivot][k]) * scale[i]) pivot = i;
+      // As quotients: products of tiny magnitudes would be 0.
+      if (scale[i] > 0 && (scale[pivot] == 0 || std::abs(m[i][k]) / scale[i] > std::abs(m[pivot][k]) / scale[pivot])) {
+        pivot = i;
+      }
     }
     if (!(std::abs(m[pivot][k]) > 4 * std::numeric_limits<T>::epsilon() * scale[pivot])) return false;
     std::swap(m[k], m[pivot]);

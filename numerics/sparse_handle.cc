@@ -55,6 +55,8 @@ void QSparseMatrix::extractFrom(const QSparseMatrix& source, std::int32_t firstX
   const std::uint32_t flags = source.matrix_->flags;
   for (const int x : {firstX, lastX}) quorvel::requireIndex("extractFrom", "line", x, source.getNX());
   for (const int y : {firstY, lastY}) quorvel::requireIndex("extractFrom", "position", y, source.getNY());
+  quorvel::requireIndex("extractFrom", "first line", firstX, lastX + 1);
+  quorvel::requireIndex("extractFrom", "first position", firstY, lastY + 1);
 
   const bool keepHalf = onDiagonal || (flags & sparseHalf) == 0;
   quorvel::withinMemory([&] {

@@ -38,14 +38,14 @@ sSparseMatrix::sSparseMatrix(sSparseMatrix&& other) noexcept { *this = std::move
 
 sSparseMatrix& sSparseMatrix::operator=(const sSparseMatrix& other) {
   if (this == &other) return *this;
-  createSparseMatrix(other.lines, other.lineCapacity, 0);
-  for (int line = 0; line < other.lines; ++line) {
-    for (int e = 0; e < other.lineTable[line].count; ++e) {
-      insertCoef(other.lineTable[line].first[e].position, line, other.lineTable[line].first[e].value);
+  // Not by insertion: a line of a transpose or a block may hold more than the capacity for insertions.
+  *this = quorvel::gathered(other.positions, other.lines, [&](auto&& take) {
+    for (int line = 0; line < other.lines; ++line) {
+      for (const auto& [value, position] : quorvel::entriesOf(other, line)) take(position, line, value);
     }
-  }
+  });
   flags = other.flags;
-  positions = other.positions;
+  lineCapacity = other.lineCapacity;
   return *this;
 }
 

@@ -139,7 +139,8 @@ QUORVEL_API double lu_decompNL(double** rows, unsigned n, unsigned* pivots, int*
 /// @name LAPACK's solvers
 /// They return LAPACK's info: 0; -i where its argument i is not acceptable, as a matrix of the wrong shape; a positive
 /// number where a factor is exactly singular or an iteration did not converge. Workspace is their own. Where it cannot
-/// be had they return 21780.
+/// be had they return 21780. The library's own LAPACK starts no threads; one that is built against a packaged OpenBLAS
+/// starts those of OpenBLAS, whose number the environment of the host sets by OPENBLAS_NUM_THREADS.
 /// @{
 
 /// Square systems by LU with partial pivoting (`dgesv`). `b` and `x` have A->rows entries; `info` gets what is
@@ -147,7 +148,8 @@ QUORVEL_API double lu_decompNL(double** rows, unsigned n, unsigned* pivots, int*
 QUORVEL_API int solveEquationD1(const sMatrixD* A, const double* b, double* x, int* info);
 
 /// The shortest of the vectors x of A->columns entries that minimise |A x - b|, by singular value decomposition
-/// (`dgelsd`). `A` has at least as many rows as columns, else -7; `b` has A->rows entries.
+/// (`dgelsd`). `A` has at least as many rows as columns, else -7; `b` has A->rows entries. Elements of `A` that are no
+/// finite numbers give -4, those of `b` -6.
 QUORVEL_API int solveLS(const sMatrixD* A, const double* b, double* x);
 
 /// The same with the condition set by `setRankCondValue`: singular values below it, relative to the largest, count as
@@ -168,8 +170,10 @@ QUORVEL_API int solveSYMM_Vt(const sMatrixD& A, const sMatrixD& B, sMatrixD& X);
 ///
 /// Return 0; or 21507 (`imgErrorEquationSystem`), and the solution is left as it was, where the largest pivot that
 /// remains is, relative to the largest entry of its row at first, below the linear precision, or where the correction
-/// of the refinement is not small. `status` gets 0 or the reason as a `matErrorCode`: no unknowns, a matrix that is not
-/// square, a right-hand side of fewer entries than that, a determinant of 0, or memory.
+/// of the refinement is more than half of the solution. A normal matrix that passes at the precision of 1e-8 is solved
+/// to the last digits of the type; a host that lowers it accepts errors of the square of that correction. `status` gets
+/// 0 or the reason as a `matErrorCode`: no unknowns, a matrix that is not square, a right-hand side of fewer entries
+/// than that, a determinant of 0, or memory.
 /// @{
 
 /// Tableau in double, refined against the matrix as it was given, to the last of its bits. `variables` and `program`

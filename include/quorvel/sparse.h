@@ -171,7 +171,8 @@ class QUORVEL_API sMatrixList {
   void createEquationList(int unknowns, int equations);
   /// Appends an equation without coefficients, of a weight that is not negative. Returns its index.
   int createEquation(double constant, double weight = 1);
-  /// Adds `coefficient` to what the unknown is multiplied with in an equation.
+  /// Adds `coefficient` to what the unknown is multiplied with in an equation. O(1) in the equation created last, else
+  /// O(its terms).
   void insertMult(int equation, int unknown, double coefficient);
 
   /// The number of equations and of unknowns.
