@@ -2,6 +2,7 @@
 // The table of the sixteen-tap kernel. A generator says what weight a sample has by its place relative to the position;
 // here the weights are made for all pairs of phases, brought to the sum 1, and rounded.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "geometry/resample_weights.h"
@@ -15,7 +16,7 @@ constexpr double kOne = 16384;
 
 std::int16_t taps[kPhasePairs][kTaps];
 float exactTaps[kPhasePairs][kTaps];
-bool filled = false;
+std::atomic<bool> filled = false;
 
 // weigh(dx, dy, weights) gives the sixteen weights of a position whose distances from the columns and rows of samples
 // are dx[0..3] and dy[0..3], with a sign.
@@ -35,7 +36,7 @@ void fill(Weigh&& weigh) {
       taps[entry][k] = static_cast<std::int16_t>(std::clamp(std::round(w * kOne), -32768.0, 32767.0));
     }
   }
-  filled = true;
+  filled.store(true, std::memory_order_release);
 }
 
 // Cubic convolution with parameter c at distance r >= 0.
@@ -58,7 +59,7 @@ void fillDirected(double alongX, double alongY) {
 }
 
 void fillDefault() {
-  if (!filled) fillDirected(-0.5, -0.5);
+  if (!filled.load(std::memory_order_acquire)) fillDirected(-0.5, -0.5);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 // saturates on the way, and the resampling kernels may use the weights of the samples themselves, which are the
 // products of both tables: the results are the same.
 #include <array>
+#include <atomic>
 
 #include "geometry/resample_weights.h"
 #include "quorvel/geometry.h"
@@ -72,11 +73,11 @@ int product(const Matrix& matrix, const Weights& weights, std::size_t sample) {
   return sum;
 }
 
-// The library's own tables. The first pointer is set last and marks them as built.
+// The library's own tables. Threads that meet them unbuilt may all build them: they write the same.
 alignas(16) std::int16_t ownMatrices[2 * kTerms * kSamples], ownSix[kPhasePairs * kTerms],
     ownEight[kPhasePairs * kTerms];
 float ownExact[2 * kPhasePairs * kSamples];
-const std::int16_t* matrices = nullptr;
+std::atomic<bool> built = false;
 alignas(16) SurfaceTaps taps;
 
 }  // namespace
@@ -110,7 +111,7 @@ void genParaboloicWeightTable(std::int16_t* matrixTable, std::int16_t* six, std:
 }
 
 void GenParaboloicWeightTable() {
-  if (matrices != nullptr) return;
+  if (built.load(std::memory_order_acquire)) return;
   genParaboloicWeightTable(ownMatrices, ownSix, ownEight, ownExact);
   for (int entry = 0; entry < kPhasePairs; ++entry) {
     const int fx = entry % kPhases, fy = entry / kPhases;
@@ -121,5 +122,5 @@ void GenParaboloicWeightTable() {
       taps.eight[entry][j] = static_cast<std::int16_t>(product(kEight, weightsOfEight(fx, fy), j));
     }
   }
-  matrices = ownMatrices;
+  built.store(true, std::memory_order_release);
 }

@@ -28,8 +28,8 @@ struct GeoCoef4 {
   int dxColumn, dyColumn;  ///< steps from a pixel to the next in row 0, 16.16
   int dxRow, dyRow;        ///< steps from the start of a row to the start of the next, 16.16
   int ddx, ddy;            ///< what a row adds to the steps between its pixels, 16.16
-  int rowRun;              ///< about how many pixels of row 0 lead through 1/16 pixel of height: its sign tells up from
-                           ///< down; -32768..32768, see `calcGeo`
+  int rowRun;              ///< about how many pixels of row 0 lead through 16 pixels of height, negative where y falls;
+                           ///< -32768..32767, and 32768 for everything below, see `calcGeo`
 };
 
 /// The walk of `convGeo`.
