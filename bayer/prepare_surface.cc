@@ -3,10 +3,13 @@
 // routine that times both.
 #include <cstdio>
 #include <cstring>
-#include <vector>
 
 #include "quorvel/bayer.h"
 #include "quorvel/runtime.h"
+#include "runtime/plain_memory.h"
+
+using quorvel::PlainMemory;
+using quorvel::plainMemory;
 
 void transpone_9x8_MMX(const std::uint8_t* src, std::uint8_t* dst) {
   for (int component = 0; component < 9; ++component) {
@@ -27,21 +30,20 @@ void prepareBayerSurface() {
   constexpr unsigned kPlanes = 9, kPlane = 3'840'000, kSurface = kPlanes * kPlane;
   constexpr unsigned kBlocks = 16, kBlock = 8 * kPlanes, kRounds = kSurface / (kBlocks * kBlock);
   const auto patterned = [](unsigned bytes) {
-    std::vector<std::uint8_t> buffer(bytes);
-    for (unsigned i = 0; i < bytes; ++i) buffer[i] = static_cast<std::uint8_t>(i);
+    PlainMemory<std::uint8_t[]> buffer(plainMemory<std::uint8_t>(bytes));
+    for (unsigned i = 0; buffer != nullptr && i < bytes; ++i) buffer[i] = static_cast<std::uint8_t>(i);
     return buffer;
   };
-  const std::vector<std::uint8_t> source = patterned(kSurface);
-  std::vector<std::uint8_t> planes = patterned(kSurface);
-  const std::vector<std::uint8_t> spare = patterned(kSurface);  // takes the room that a third surface takes in a host
-  std::vector<std::uint8_t> blocks = patterned(kBlocks * kBlock);
+  const auto source = patterned(kSurface), planes = patterned(kSurface), blocks = patterned(kBlocks * kBlock);
+  const auto spare = patterned(kSurface);  // takes the room that a third surface takes in a host
+  if (source == nullptr || planes == nullptr || blocks == nullptr || spare == nullptr) return;
 
   for (int pass = 0; pass < 10; ++pass) {
     const unsigned start = timeMks();
     for (unsigned round = 0; round < kRounds; ++round) {
-      const std::uint8_t* records = source.data() + std::size_t{round} * kBlocks * kBlock;
-      for (unsigned k = 0; k < kBlocks; ++k) transpone_9x8_MMX(records + k * kBlock, blocks.data() + k * kBlock);
-      copy9_1_9x(blocks.data(), planes.data() + std::size_t{round} * kBlocks * 8, kBlocks, kPlane, kPlanes);
+      const std::uint8_t* records = source.get() + std::size_t{round} * kBlocks * kBlock;
+      for (unsigned k = 0; k < kBlocks; ++k) transpone_9x8_MMX(records + k * kBlock, blocks.get() + k * kBlock);
+      copy9_1_9x(blocks.get(), planes.get() + std::size_t{round} * kBlocks * 8, kBlocks, kPlane, kPlanes);
     }
     const double microseconds = timeMks() - start;
     std::printf("\ntranspone9_8: %lf ns/byte", microseconds * 1000 / kSurface);

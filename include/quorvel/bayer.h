@@ -31,7 +31,8 @@ QUORVEL_API int rgbFromBayer(const std::uint16_t* src, unsigned width, unsigned 
                              std::uint16_t* r, std::uint16_t* g, std::uint16_t* b, fromBayerMethod method);
 
 /// Demosaics into one interleaved picture of R, G, B samples, 3 x `width` a row. `workRows` has room for three rows of
-/// `width` samples. Returns 0; -1 where the width or the height is odd; -2 for any method other than 0.
+/// `width` samples. Returns 0; -1 where the width or the height is odd, or where frames wider than 1696 find no memory
+/// for their rows; -2 for any method other than 0.
 QUORVEL_API int rgbFromBayerP(const std::uint16_t* src, unsigned width, unsigned height, unsigned pitch,
                               std::uint16_t* rgb, std::uint16_t* workRows, fromBayerMethod method);
 
@@ -242,8 +243,8 @@ QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slow(const std::uint16_t* samples, 
 QUORVEL_API int BayerRGBToYCbCrPlanesApprox16slowCorrect(const std::uint16_t* samples, unsigned pitch, unsigned width,
                                                          unsigned height, std::int16_t* y, std::int16_t* cb,
                                                          std::int16_t* cr, int offset);
-/// The same with the weights of `getRGBtoYCbCr_coefI16`, read anew at every call. Exact while the magnitudes of each row
-/// of them add up to less than 2^26, which is 512 times those of the table as it is made.
+/// The same with the weights of `getRGBtoYCbCr_coefI16`, read anew at every call. Exact while the magnitudes of each
+/// row of them add up to less than 2^26, which is 512 times those of the table as it is made.
 QUORVEL_API int BayerRGBToYCbCrPlanesApprox18slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
                                                   unsigned height, std::int16_t* y, std::int16_t* cb, std::int16_t* cr,
                                                   int offset);
@@ -255,9 +256,9 @@ QUORVEL_API std::int32_t* getRGBtoYCbCr_coefI16();
 /// green is ((3 x it - the other green + R + B) >> 2) - offset. `YUVplanesToBayerRGBApprox16slow` restores the frame
 /// bit for bit where nothing was clamped.
 ///
-/// The columns run to `pitch`, not to `width`: pass both alike. With a smaller pitch the last cells of each row are
-/// left out; with a larger one every plane has to have room for (pitch - width) / 2 values more, and each row's surplus
-/// is written over what follows it before the next row is.
+/// The columns run to `pitch`, not to `width`, an odd last one left out: pass both alike. With a smaller pitch the last
+/// cells of each row are left out; with a larger one every plane has to have room for (pitch - width) / 2 values more,
+/// and each row's surplus is written over what follows it before the next row is.
 QUORVEL_API int BayerRGBToYUVplanesApprox16slow(const std::uint16_t* samples, unsigned pitch, unsigned width,
                                                 unsigned height, std::int16_t* y, std::int16_t* u, std::int16_t* v,
                                                 int offset);
