@@ -18,7 +18,7 @@ namespace quorvel::test {
 namespace {
 
 // A change here means that results have changed, or that a routine has come: say which in the message of the commit.
-constexpr std::uint64_t kDigestOfAllRoutines = 0xa8d4dec8579a1341;
+constexpr std::uint64_t kDigestOfAllRoutines = 0x267473810848038e;
 
 // What describes this machine, this process or this build, and so has no result that is the same everywhere.
 const std::set<std::string> kOfTheMachine = {"quorvelVersion",
