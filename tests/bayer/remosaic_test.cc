@@ -8,8 +8,6 @@
 namespace quorvel::test {
 namespace {
 
-using Words = std::vector<std::uint16_t>;
-using Bytes = std::vector<std::uint8_t>;
 using reference::colourAt;
 
 void proveMosaic(unsigned width, unsigned height, unsigned pitch, Pattern pattern, Guard guard) {
@@ -67,22 +65,21 @@ TEST(TurnBayer180, TurnsTheWholeCellsOfEveryRectangle) {
 }
 
 void proveBytes(unsigned width, unsigned height, unsigned pitch, int sameScale, double gamma, const Words& in) {
-  const auto model = [](int same, double g, const Words& frame, unsigned p, const Words& r, const Words& gr,
-                        const Words& b, unsigned w, unsigned h, Bytes& outR, Bytes& outG, Bytes& outB,
-                        std::vector<int>& maximum) {
+  const auto model = [=](int, double, const Words& frame, unsigned, const Words& r, const Words& g, const Words& b,
+                         unsigned, unsigned, Bytes& outR, Bytes& outG, Bytes& outB, std::vector<int>& maximum) {
     int least[3] = {65535, 65535, 65535}, most[3] = {0, 0, 0};
-    for (unsigned i = 0; i < w * h; ++i) {
-      const auto c = static_cast<std::size_t>(colourAt(i / w, i % w));
-      const int v = frame[i / w * p + i % w];
+    for (unsigned i = 0; i < width * height; ++i) {
+      const auto c = static_cast<std::size_t>(colourAt(i / width, i % width));
+      const int v = frame[i / width * pitch + i % width];
       least[c] = std::min(least[c], v), most[c] = std::max(most[c], v);
     }
     maximum = {*std::max_element(most, most + 3)};
-    const Words* const planes[] = {&r, &gr, &b};
-    Bytes* const out[] = {&outR, &outG, &outB};
-    for (std::size_t c = 0; c < 3 && w * h > 0; ++c) {
-      const Bytes table =
-          reference::gammaTable(12, g, std::min(least[c], most[c]), same == 0 ? maximum[0] : most[c], 255);
-      for (unsigned i = 0; i < w * h; ++i) (*out[c])[i] = table[(*planes[c])[i]];
+    const std::pair<const Words&, Bytes&> planes[] = {{r, outR}, {g, outG}, {b, outB}};
+    for (std::size_t c = 0; c < 3 && width > 0; ++c) {
+      const auto& [plane, out] = planes[c];
+      const int high = sameScale == 0 ? maximum[0] : most[c];
+      const Bytes table = reference::gammaTable(12, gamma, std::min(least[c], most[c]), high, 255);
+      for (std::size_t i = 0; i < out.size(); ++i) out[i] = table[plane[i]];
     }
   };
   const auto plane = [=](unsigned c) { return samples<std::uint16_t>(width * height, Pattern::Random, c, 0, 4095); };

@@ -50,20 +50,19 @@ const Walk kWalks[] = {
     {"columns pass zero", 80, 16, -kOne, 0, 0, kOne, 0, 0, 0, 2},
 };
 
-// A row of output by the model.
-template <typename In, typename Out>
-using RowModel =
-    std::function<void(const Raster<In>&, std::uint32_t x, std::uint32_t y, int dx, int dy, std::vector<Out>&)>;
-
+// A routine, its model of a pixel, and the neighbourhood of a position beyond its own sample.
 template <typename In, typename Out>
 struct Member {
   const char* name;
   std::function<int(const In* src, const Walk&, unsigned pitch, Out* dst, unsigned width, int dstPitch)> call;
-  RowModel<In, Out> model;
-  int left, above, right, below;  // the neighbourhood beyond the position's own sample
+  std::function<std::int64_t(const Raster<In>&, std::uint32_t x, std::uint32_t y)> model;
+  int left, above, right, below;
   In high = static_cast<In>(~0u);
-  bool signedColumns = true;
+  bool signedColumns = true, grouped = false;
 };
+using Bytes = Member<std::uint8_t, std::uint8_t>;
+using Words = Member<std::uint16_t, std::uint16_t>;
+using WordsToBytes = Member<std::uint16_t, std::uint8_t>;
 
 struct Range {
   std::int64_t first = 1 << 20, last = -(1 << 20);
@@ -71,96 +70,69 @@ struct Range {
 };
 
 template <typename In, typename Out>
-void prove(const Member<In, Out>& member, const Walk& walk, unsigned width, Pattern pattern, Guard guard) {
-  constexpr std::ptrdiff_t kUnit = 8 / sizeof(In);
+void proveWalk(const Member<In, Out>& member, const Walk& walk, unsigned width, Pattern pattern, Guard guard) {
+  struct Position {
+    std::uint32_t x, y;
+  };
+  std::vector<Position> positions;  // of all pixels, row by row
   Raster<In> raster{nullptr, 0, walk.ring, member.signedColumns};
   Range columns, rows;
-  struct Start {
-    std::uint32_t x, y;
-    int dx, dy;
-  };
-  std::vector<Start> starts;
   for (int j = 0; j < walk.rows; ++j) {
     const auto at = [j](int start, int step) {
       return static_cast<std::uint32_t>(start * std::int64_t{4096} + std::int64_t{j} * step);
     };
-    starts.push_back(
-        {at(walk.x, walk.dxRow), at(walk.y, walk.dyRow), walk.dxColumn + j * walk.ddx, walk.dyColumn + j * walk.ddy});
-    Start s = starts.back();
-    for (unsigned i = 0; i < width; ++i, s.x += static_cast<unsigned>(s.dx), s.y += static_cast<unsigned>(s.dy)) {
-      columns.take(raster.column(s.x)), rows.take(reference::row(s.y));
+    std::uint32_t x = at(walk.x, walk.dxRow);
+    for (const std::uint32_t y :
+         reference::rowOfY(at(walk.y, walk.dyRow), walk.dyColumn + j * walk.ddy, width, walk.ring, member.grouped)) {
+      positions.push_back({x, y});
+      columns.take(raster.column(x)), rows.take(reference::row(y));
+      x += static_cast<unsigned>(walk.dxColumn + j * walk.ddx);
     }
   }
   if (width == 0) columns.take(0), rows.take(0);
   columns.first -= member.left, columns.last += member.right, rows.first -= member.above, rows.last += member.below;
-  if (walk.ring > 0) rows.first = 0, rows.last = walk.ring - 1;
+  if (walk.ring > 0) rows = {0, walk.ring - 1};
+  constexpr std::ptrdiff_t kUnit = 8 / sizeof(In);
   const std::int64_t extent = columns.last - columns.first + 1;
   raster.pitch = static_cast<std::ptrdiff_t>(extent + kUnit) / kUnit * kUnit;
   const auto size = static_cast<std::size_t>((rows.last - rows.first) * raster.pitch + extent);
   GuardedBuffer<In> src(samples<In>(size, pattern, width, 0, member.high), guard);
   raster.origin = src.data() - (rows.first * raster.pitch + columns.first);
 
-  const int dstPitch = static_cast<int>(width) + 3;
-  std::vector<Out> expected(static_cast<std::size_t>(walk.rows - 1) * static_cast<unsigned>(dstPitch) + width,
-                            Out{0x5A}),
-      row(width);
+  const std::size_t dstPitch = width + 3;
+  std::vector<Out> expected = room<Out>(static_cast<unsigned>(walk.rows - 1) * dstPitch + width);
   GuardedBuffer<Out> dst(expected, guard);
-  for (std::size_t j = 0; j < starts.size(); ++j) {
-    member.model(raster, starts[j].x, starts[j].y, starts[j].dx, starts[j].dy, row);
-    std::copy(row.begin(), row.end(), expected.begin() + static_cast<std::ptrdiff_t>(j) * dstPitch);
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    const auto& [x, y] = positions[i];
+    expected[i / width * dstPitch + i % width] = static_cast<Out>(member.model(raster, x, y));
   }
-  EXPECT_EQ(
-      member.call(raster.origin, walk, static_cast<unsigned>(raster.pitch) * sizeof(In), dst.data(), width, dstPitch),
-      0);
+  EXPECT_EQ(member.call(raster.origin, walk, static_cast<unsigned>(raster.pitch) * sizeof(In), dst.data(), width,
+                        static_cast<int>(dstPitch)),
+            0);
   EXPECT_TRUE(holds(dst, expected)) << member.name << ", " << walk.name << ", width " << width << ", " << pattern;
 }
 
 template <typename In, typename Out>
-void prove(
-    const std::vector<Member<In, Out>>& members, Walk (*changed)(Walk) = [](Walk walk) { return walk; }) {
+void proveWalks(
+    const Member<In, Out>& member, void (*change)(Walk&) = [](Walk&) {}) {
   onEveryTarget([&] {
     unsigned turn = 0;
-    for (const auto& member : members) {
-      for (Walk walk : kWalks) {
-        for (const unsigned width : {0u, 1u, 3u, 4u, 8u, 16u, 17u, 33u, 65u, 130u, 1021u}) {
-          if (width == 1021 && walk.dyColumn > kOne) continue;  // its source would be vast
-          prove(member, changed(walk), width, kAllPatterns[turn % 3],
-                turn % 2 == 0 ? Guard::AfterEnd : Guard::BeforeBegin);
-          ++turn;
-          if (testing::Test::HasFailure()) return;
-        }
+    for (Walk walk : kWalks) {
+      change(walk);
+      for (const unsigned width : {0u, 1u, 3u, 4u, 8u, 16u, 17u, 33u, 65u, 130u, 1021u}) {
+        if (width == 1021 && walk.dyColumn > kOne) continue;  // its source would be vast
+        ++turn;
+        proveWalk(member, walk, width, kAllPatterns[turn % 3], turn % 2 == 0 ? Guard::AfterEnd : Guard::BeforeBegin);
+        if (testing::Test::HasFailure()) return;
       }
     }
   });
 }
 
-// A model of rows out of one of pixels: value(raster, x, y).
-template <typename In, typename Out, typename Value>
-RowModel<In, Out> byPixel(Value value) {
-  return [value](const Raster<In>& raster, std::uint32_t x, std::uint32_t y, int dx, int dy, std::vector<Out>& out) {
-    for (Out& o : out) {
-      o = static_cast<Out>(value(raster, x, y));
-      x += static_cast<unsigned>(dx), y += static_cast<unsigned>(dy);
-    }
-  };
-}
-
-template <typename Out, typename Finish>
-RowModel<std::uint16_t, Out> byGroups(bool doubled, Finish finish) {
-  return [=](const Raster<std::uint16_t>& raster, std::uint32_t x, std::uint32_t y, int dx, int dy,
-             std::vector<Out>& out) {
-    std::size_t i = 0;
-    for (const GroupEl& g : reference::cutGroups(y, dy, static_cast<unsigned>(out.size()), raster.ring)) {
-      for (unsigned k = 0; k < g.count; ++k, x += static_cast<unsigned>(dx))
-        out[i++] = finish(reference::groupPixel(raster, g, x, doubled));
-    }
-  };
-}
-
 // The call of an entry point, `last` being its sixteenth argument.
-template <typename In, typename Out, typename Routine, typename Last>
+template <typename Routine, typename Last>
 auto calls(Routine routine, Last last) {
-  return [=](const In* src, const Walk& w, unsigned pitch, Out* dst, unsigned width, int dstPitch) {
+  return [=](const auto* src, const Walk& w, unsigned pitch, auto* dst, unsigned width, int dstPitch) {
     return routine(src, w.x, w.y, w.dxColumn, w.dyColumn, w.dxRow, w.dyRow, w.ddx, w.ddy, pitch, w.ring, dst, width,
                    w.rows, dstPitch, last);
   };
@@ -169,41 +141,32 @@ auto calls(Routine routine, Last last) {
 const std::vector<std::uint8_t> kTable = samples<std::uint8_t>(65536, Pattern::Random);
 std::uint8_t lookedUp(int value) { return kTable[static_cast<std::uint16_t>(value)]; }
 
-using Bytes = Member<std::uint8_t, std::uint8_t>;
-using Words = Member<std::uint16_t, std::uint16_t>;
-using WordsToBytes = Member<std::uint16_t, std::uint8_t>;
-
 const auto kTruncated = [](const auto& raster, std::uint32_t x, std::uint32_t y) {
   return reference::bilinear(raster, x, y, 0, 1 << 20);
 };
 const auto kRounded = [](const auto& raster, std::uint32_t x, std::uint32_t y) {
   return reference::bilinear(raster, x, y, 1, 32767);
 };
+template <bool kDoubled>
+int ofGroup(const Raster<std::uint16_t>& raster, std::uint32_t x, std::uint32_t y) {
+  return reference::groupPixel(raster, x, reference::row(y), reference::row(y) + 1, reference::phase(y), kDoubled);
+}
 
-std::vector<Bytes> bilinearBytes() {
-  return {{"Geo8_8MMX", calls<std::uint8_t, std::uint8_t>(Geo8_8MMX, 5),
-           byPixel<std::uint8_t, std::uint8_t>(kTruncated), 0, 0, 1, 1}};
-}
-std::vector<Words> bilinearWords() {
-  static std::vector<GroupEl> groups(1021);
-  return {{"Geo16_16MMX", calls<std::uint16_t, std::uint16_t>(Geo16_16MMX, 5),
-           byPixel<std::uint16_t, std::uint16_t>(kRounded), 0, 0, 1, 1, 65535, false},
-          {"GeoQGamma16_16MMX", calls<std::uint16_t, std::uint16_t>(GeoQGamma16_16MMX, groups.data()),
-           byGroups<std::uint16_t>(false, [](int v) { return static_cast<std::uint16_t>(v); }), 0, 0, 1, 1}};
-}
-std::vector<WordsToBytes> lookUps() {
-  return {{"GeoGamma16_8MMX", calls<std::uint16_t, std::uint8_t>(GeoGamma16_8MMX, kTable.data()),
-           byPixel<std::uint16_t, std::uint8_t>(
-               [](const auto& r, std::uint32_t x, std::uint32_t y) { return lookedUp(kRounded(r, x, y)); }),
-           0, 0, 1, 1},
-          {"GeoQGamma16_8MMX", calls<std::uint16_t, std::uint8_t>(GeoQGamma16_8MMX, kTable.data()),
-           byGroups<std::uint8_t>(true, lookedUp), 0, 0, 1, 1}};
-}
+const Bytes kGeo8 = {"Geo8_8MMX", calls(Geo8_8MMX, 5), kTruncated, 0, 0, 1, 1};
+const WordsToBytes kLookUps[] = {
+    {"GeoGamma16_8MMX", calls(GeoGamma16_8MMX, kTable.data()),
+     [](const auto& raster, auto x, auto y) { return lookedUp(kRounded(raster, x, y)); }, 0, 0, 1, 1},
+    {"GeoQGamma16_8MMX", calls(GeoQGamma16_8MMX, kTable.data()),
+     [](const auto& raster, auto x, auto y) { return lookedUp(ofGroup<true>(raster, x, y)); }, 0, 0, 1, 1, 65535, true,
+     true}};
 
 TEST(Resample, BilinearMembersFollowTheModel) {
-  prove(bilinearBytes());
-  prove(bilinearWords());
-  prove(lookUps());
+  static std::vector<GroupEl> groups(1021);
+  proveWalks(kGeo8);
+  proveWalks(Words{"Geo16_16MMX", calls(Geo16_16MMX, 5), kRounded, 0, 0, 1, 1, 65535, false});
+  proveWalks(Words{"GeoQGamma16_16MMX", calls(GeoQGamma16_16MMX, groups.data()), ofGroup<false>, 0, 0, 1, 1, 65535,
+                   true, true});
+  for (const auto& member : kLookUps) proveWalks(member);
 }
 
 TEST(Resample, BentWeightsReachTheMembersOfTheSignedTable) {
@@ -212,162 +175,104 @@ TEST(Resample, BentWeightsReachTheMembersOfTheSignedTable) {
     genWeightTable16_16_power(exponent);
     genWeightTable16_16_power(3.0);  // changes nothing any more
     reference::bend = exponent;
-    prove(bilinearBytes());
-    prove(lookUps());
+    proveWalks(kGeo8);
+    for (const auto& member : kLookUps) proveWalks(member);
   }
 }
 
 template <typename T, typename Routine>
-std::vector<Member<T, T>> methods(const char* name, Routine routine) {
-  std::vector<Member<T, T>> members;
-  constexpr T kHigh = sizeof(T) == 1 ? 255 : 32767;
+void proveMethods(const char* name, Routine routine) {
   for (const int m : {0, 1, 2, 3, 4, 6, 7}) {
-    const auto value = [m](const auto& raster, std::uint32_t x, std::uint32_t y) {
-      return reference::byMethod(raster, x, y, m);
-    };
+    SCOPED_TRACE(m);
+    const auto value = [m](const auto& raster, auto x, auto y) { return reference::byMethod(raster, x, y, m); };
     const int before = m >= 2, after = m == 0 ? 1 : 2, beside = m == 6 ? 0 : 1;
-    members.push_back(
-        {name, calls<T, T>(routine, m), byPixel<T, T>(value), before * beside, before, after * beside, after, kHigh});
+    proveWalks(Member<T, T>{name, calls(routine, m), value, before * beside, before, after * beside, after,
+                            sizeof(T) == 1 ? T(255) : T(32767)});
   }
-  return members;
 }
 
 TEST(Resample, MethodsFollowTheModel) {
   for (const auto generate : {genParaboloicWeightTableXY, genParaboloicWeightTable_MoveCompensXY}) {
     generate(-0.5, -0.9);
-    prove(methods<std::uint8_t>("GeoParab8_8MMX", GeoParab8_8MMX));
+    proveMethods<std::uint8_t>("GeoParab8_8MMX", GeoParab8_8MMX);
   }
-  prove(methods<std::uint16_t>("GeoParab16_16MMX", GeoParab16_16MMX));
+  proveMethods<std::uint16_t>("GeoParab16_16MMX", GeoParab16_16MMX);
 }
 
 // The same mappings as columns of their own: x is the column, y alone moves.
 TEST(Resample, ColumnsFollowTheModelAndKeepToTheirDepth) {
   for (const int bits : {10, 16, 99}) {
-    const int limit = (1 << std::min(bits, 16)) - 1;
-    const auto value = [=](const auto& raster, std::uint32_t x, std::uint32_t y) {
+    const auto value = [=](const auto& raster, auto x, auto y) {
       const auto at = [&](int r) { return raster.at(raster.column(x), r) & 0xFFFF; };
-      return std::clamp<std::int64_t>(reference::column(at, y, 0), 0, limit);
+      return std::clamp<std::int64_t>(reference::column(at, y, 0), 0, (1 << std::min(bits, 16)) - 1);
     };
-    const auto call = [=](const std::uint16_t* src, const Walk& w, unsigned pitch, std::uint16_t* dst, unsigned width,
-                          int dstPitch) {
+    const auto call = [=](const auto* src, const Walk& w, unsigned pitch, auto* dst, unsigned width, int dstPitch) {
       return GeoY6_16_16MMX(src, bits, w.y, w.dyColumn, w.dyRow, pitch, w.ring, dst, width, w.rows, dstPitch, 6);
     };
-    prove(std::vector<Words>{{"GeoY6_16_16MMX", call, byPixel<std::uint16_t, std::uint16_t>(value), 0, 1, 0, 2}},
-          [](Walk walk) {
-            walk.x = walk.dxRow = walk.ddx = walk.ddy = 0, walk.dxColumn = kOne;
-            return walk;
-          });
+    proveWalks(Words{"GeoY6_16_16MMX", call, value, 0, 1, 0, 2},
+               [](Walk& walk) { walk.x = walk.dxRow = walk.ddx = walk.ddy = 0, walk.dxColumn = kOne; });
   }
 }
 
+// Rows and phases in any order, in groups of any length.
 TEST(Resample, GroupsAreMadeInTurnAndUsedUp) {
-  onEveryTarget([] {
-    const auto numbers = samples<std::uint16_t>(4000, Pattern::Random);
+  constexpr int kPitch = 10008, kStart = 900 * kOne;
+  const auto numbers = samples<std::uint16_t>(40, Pattern::Random);
+  const auto rows = samples<std::uint16_t>(8 * kPitch, Pattern::Random, 3);
+  onEveryTarget([&] {
     for (const int step : {kOne, 70001, -40000, 200000, 0}) {
+      const Raster<std::uint16_t> raster{rows.data() + 3 * kPitch + (step < 0 ? 6000 : 0), kPitch, 0};
       std::vector<GroupEl> groups;
-      unsigned total = 0;
-      for (std::size_t g = 0; g < 40; ++g, total += groups.back().count) {
-        const unsigned n = numbers[g];
-        groups.push_back({n % 7 - 3, n / 7 % 7 - 3, n / 49 % 16 * 16, g < 20 ? n % 6 : n % 90});
-      }
-      const int start = 900 * kOne;
-      const std::vector<std::uint16_t> rows = samples<std::uint16_t>(8 * 10008, Pattern::Random, 3);
-      const Raster<std::uint16_t> raster{rows.data() + 3 * 10008 + (step < 0 ? 6000 : 0), 10008, 0};
       std::vector<std::uint16_t> expected;
       std::vector<std::uint8_t> expectedBytes;
-      auto x = static_cast<std::uint32_t>(start);
-      for (const GroupEl& g : groups) {
+      auto x = static_cast<std::uint32_t>(kStart);
+      for (const unsigned n : numbers) {
+        groups.push_back({n % 7 - 3, n / 7 % 7 - 3, n / 49 % 16 * 16, groups.size() < 20 ? n % 6 : n % 90});
+        const GroupEl& g = groups.back();
         for (unsigned k = 0; k < g.count; ++k, x += static_cast<unsigned>(step)) {
-          expected.push_back(static_cast<std::uint16_t>(reference::groupPixel(raster, g, x, false)));
-          expectedBytes.push_back(lookedUp(reference::groupPixel(raster, g, x, true)));
+          const auto pixel = [&](bool doubled) {
+            return reference::groupPixel(raster, x, static_cast<int>(g.topRow), static_cast<int>(g.bottomRow),
+                                         static_cast<int>(g.yPhaseBase / 16), doubled);
+          };
+          expected.push_back(static_cast<std::uint16_t>(pixel(false)));
+          expectedBytes.push_back(lookedUp(pixel(true)));
         }
       }
-      GuardedBuffer<std::uint16_t> out(total);
-      GuardedBuffer<std::uint8_t> bytes(total);
+      GuardedBuffer<std::uint16_t> out(expected.size());
+      GuardedBuffer<std::uint8_t> bytes(expected.size());
       std::vector<GroupEl> first = groups, second = groups;
       const auto used = [](const GroupEl& g) { return g.count == 0; };
-      EXPECT_EQ(GeoLn16_16(raster.origin, start, first.data(), 40, out.data(), step, 10008 / 4), 0);
-      EXPECT_EQ(GeoLn(raster.origin, start, second.data(), 40, bytes.data(), step, kTable.data(), 2 * 10008), 0);
-      EXPECT_TRUE(holds(out, expected)) << step;
-      EXPECT_TRUE(holds(bytes, expectedBytes)) << step;
+      EXPECT_EQ(GeoLn16_16(raster.origin, kStart, first.data(), 40, out.data(), step, kPitch / 4), 0);
+      EXPECT_EQ(GeoLn(raster.origin, kStart, second.data(), 40, bytes.data(), step, kTable.data(), 2 * kPitch), 0);
+      EXPECT_TRUE(holds(out, expected) && holds(bytes, expectedBytes)) << step;
       EXPECT_TRUE(std::all_of(first.begin(), first.end(), used) && std::all_of(second.begin(), second.end(), used));
     }
   });
 }
 
-TEST(Resample, PlanesAndTheKernelAloneGiveWhatTheMethodsGive) {
-  constexpr unsigned kWidth = 77, kPitch = 160;
-  const GeoCoef4 c = {40, 40, kWidth, 5, 60000, 900, 500, 70000, 333, -777, 0};
-  std::vector<std::uint16_t> planes[3], out[3];
-  const std::uint16_t* from[3];
-  std::uint16_t* to[3];
-  for (unsigned p = 0; p < 3; ++p) {
-    planes[p] = samples<std::uint16_t>(kPitch * 16, Pattern::Random, p, 0, 32767);
-    out[p].resize(kWidth * 5);
-    from[p] = planes[p].data(), to[p] = out[p].data();
-  }
-  EXPECT_EQ(GeoParab16_16_2_MMX(from, &c, 2 * kPitch, 16, to, kWidth, 7), 0);
-  for (unsigned p = 0; p < 3; ++p) {
-    std::vector<std::uint16_t> alone(kWidth * 5);
-    GeoParab16_16MMX(from[p], c.x, c.y, c.dxColumn, c.dyColumn, c.dxRow, c.dyRow, c.ddx, c.ddy, 2 * kPitch, 16,
-                     alone.data(), kWidth, 5, kWidth, 7);
-    EXPECT_TRUE(sameSamples(alone, out[p]));
-  }
-  const auto bytes = samples<std::uint8_t>(kPitch * 16, Pattern::Random);
-  std::vector<std::uint8_t> whole(kWidth), parts(kWidth);
-  GeoParab8_8MMX(bytes.data(), 40, -40, 70000, 3000, 0, 0, 0, 0, kPitch, 16, whole.data(), kWidth, 1, kWidth, 3);
-  int x = 40 * 4096, y = -40 * 4096;
-  const int step[] = {70000, 3000}, mask[] = {15, 15}, pitch[] = {kPitch, kPitch};
-  std::uint8_t* end = makeCubicConv16(bytes.data(), 50, &x, &y, step, mask, pitch, parts.data());
-  EXPECT_EQ(makeCubicConv16(bytes.data(), kWidth - 50, &x, &y, step, mask, pitch, end), parts.data() + kWidth);
-  EXPECT_TRUE(sameSamples(whole, parts));
-  EXPECT_EQ(x, 40 * 4096 + static_cast<int>(kWidth) * 70000);
-}
-
 TEST(Resample, RefusesInTheStatedOrderAndWritesNothing) {
-  const auto src = samples<std::uint16_t>(4096, Pattern::Random);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(src.data());
-  GuardedBuffer<std::uint8_t> dst(64);
-  auto* words = reinterpret_cast<std::uint16_t*>(dst.data());
+  GuardedBuffer<std::uint16_t> dst(64);
+  auto* const words = dst.data();
+  auto* const bytes = reinterpret_cast<std::uint8_t*>(words);
+  const auto onBoth = [=](auto narrow, auto wide, unsigned pitch, int rows, int method) {
+    const Walk walk = {"", 64, 64, kOne, 0, 0, kOne, 0, 0, 0, rows};
+    const int answer = calls(wide, method)(words, walk, pitch, words, 16, 16);
+    EXPECT_EQ(calls(narrow, method)(bytes, walk, pitch, bytes, 16, 16), answer);
+    return answer;
+  };
   const auto parab = [&](unsigned pitch, int rows, int method) {
-    const int wide =
-        GeoParab16_16MMX(src.data(), 64, 64, kOne, 0, 0, kOne, 0, 0, pitch, 0, words, 16, rows, 16, method);
-    EXPECT_EQ(GeoParab8_8MMX(bytes, 64, 64, kOne, 0, 0, kOne, 0, 0, pitch, 0, dst.data(), 16, rows, 16, method), wide);
-    return wide;
+    return onBoth(GeoParab8_8MMX, GeoParab16_16MMX, pitch, rows, method);
   };
   for (const int method : {5, 8, 9, -1}) EXPECT_EQ(parab(96, 1, method), -3) << method;
   for (const int method : {0, 4, 5, 7, 9}) EXPECT_EQ(parab(100, 1, method), -2) << method;
   EXPECT_EQ(parab(100, 1, 8), -3);
   EXPECT_EQ(parab(100, 0, 9), 0);
-  EXPECT_EQ(Geo8_8MMX(bytes, 0, 0, kOne, 0, 0, kOne, 0, 0, 100, 0, dst.data(), 8, 1, 8, 0), -2);
-  EXPECT_EQ(Geo16_16MMX(src.data(), 0, 0, kOne, 0, 0, kOne, 0, 0, 100, 0, words, 8, -3, 8, 0), 0);
-  EXPECT_EQ(GeoY6_16_16MMX(src.data(), 16, 64, 0, kOne, 96, 0, words, 8, 1, 8, 7), -3);
-  EXPECT_EQ(GeoY6_16_16MMX(src.data(), 16, 64, 0, kOne, 100, 0, words, 8, 1, 8, 6), -2);
+  EXPECT_EQ(onBoth(Geo8_8MMX, Geo16_16MMX, 100, 1, 0), -2);
+  EXPECT_EQ(onBoth(Geo8_8MMX, Geo16_16MMX, 100, -3, 0), 0);
+  EXPECT_EQ(GeoY6_16_16MMX(words, 16, 64, 0, kOne, 96, 0, words, 8, 1, 8, 7), -3);
+  EXPECT_EQ(GeoY6_16_16MMX(words, 16, 64, 0, kOne, 100, 0, words, 8, 1, 8, 6), -2);
   EXPECT_TRUE(dst.untouched());
-}
-
-TEST(Resample, NamesAndHandComputedValues) {
-  EXPECT_STREQ(getRasterMethodName(2), "Surface for 6 points");
-  EXPECT_STREQ(getRasterMethodName(8), "Cubic convolution fast (2-stages) with short width!");
   for (const int none : {9, -1}) EXPECT_STREQ(getRasterMethodName(none), "Invalid Geometry method");
-
-  // Equal samples: one less where they are met exactly in 8 bits, themselves everywhere else.
-  const std::vector<std::uint8_t> hundreds(64, 100), full(64, 255);
-  const std::vector<std::uint16_t> words(64, 100);
-  for (int phase = 0; phase < 16; ++phase) {
-    std::uint8_t low, high;
-    std::uint16_t word;
-    Geo8_8MMX(hundreds.data(), 16 + phase, 16, 0, 0, 0, 0, 0, 0, 8, 0, &low, 1, 1, 8, 0);
-    Geo8_8MMX(full.data(), 16 + phase, 16, 0, 0, 0, 0, 0, 0, 8, 0, &high, 1, 1, 8, 0);
-    Geo16_16MMX(words.data(), 16 + phase, 16, 0, 0, 0, 0, 0, 0, 16, 0, &word, 1, 1, 8, 0);
-    EXPECT_EQ(low, phase == 0 ? 99 : 100);
-    EXPECT_EQ(high, phase == 0 ? 254 : 255);
-    EXPECT_EQ(word, 100);
-    for (const int method : {0, 1, 2, 6, 7}) {
-      GeoParab8_8MMX(full.data(), 16 + phase, 23, 0, 0, 0, 0, 0, 0, 8, 0, &high, 1, 1, 8, method);
-      EXPECT_EQ(high, 255) << method;
-    }
-  }
 }
 
 TEST(Resample, TablesHoldWhatTheirRulesSay) {
@@ -375,8 +280,7 @@ TEST(Resample, TablesHoldWhatTheirRulesSay) {
   for (const int isUnsigned : {0, 1}) {
     genWeightTable16_16(table.data(), isUnsigned);
     for (unsigned i = 0; i < 1024; ++i) {
-      const auto w = reference::bilinearWeights(i / 4 % 16, i / 64, isUnsigned ? 65536 : 32768);
-      ASSERT_EQ(table[i], w[i % 4]) << i;
+      ASSERT_EQ(table[i], reference::bilinearWeights(i / 4 % 16, i / 64, isUnsigned ? 65536 : 32768)[i % 4]) << i;
     }
   }
   genWeightTable16_16_static();
@@ -386,9 +290,9 @@ TEST(Resample, TablesHoldWhatTheirRulesSay) {
 
   doNearestNeiborhoodCC();
   const std::int16_t* taps = getCubicTable16();
-  for (int entry = 0; entry < 256; ++entry) {
-    const int column = entry % 16 > 8 ? 2 : 1, row = entry / 16 > 8 ? 2 : 1;  // a tie is the first one's
-    for (int k = 0; k < 16; ++k) ASSERT_EQ(taps[16 * entry + k], k == 4 * row + column ? 16384 : 0) << entry;
+  for (int i = 0; i < 4096; ++i) {
+    const int column = i / 16 % 16 > 8 ? 2 : 1, row = i / 256 > 8 ? 2 : 1;  // a tie is the first one's
+    ASSERT_EQ(taps[i], i % 16 == 4 * row + column ? 16384 : 0) << i;
   }
   for (const bool moved : {false, true}) {
     (moved ? genParaboloicWeightTable_MoveCompensXY : genParaboloicWeightTableXY)(-0.75, -0.25);
@@ -397,9 +301,9 @@ TEST(Resample, TablesHoldWhatTheirRulesSay) {
       double sum = 0;
       for (int k = 0; k < 16; ++k) {
         const double x = std::abs(1 + entry % 16 / 16.0 - k % 4), y = std::abs(1 + entry / 16 / 16.0 - k / 4);
-        const double tx = x + y == 0 ? 0.5 : x / (x + y), ty = x + y == 0 ? 0.5 : y / (x + y);
-        sum += w[k] = ty * reference::cubic(moved ? -0.75 : -0.25, std::hypot(x, y)) +
-                      tx * reference::cubic(moved ? -0.25 : -0.75, std::hypot(x, y));
+        const double tx = x + y == 0 ? 0.5 : x / (x + y), r = std::hypot(x, y);
+        const double alongX = reference::cubic(-0.75, r), alongY = reference::cubic(-0.25, r);
+        sum += w[k] = moved ? tx * alongY + (1 - tx) * alongX : tx * alongX + (1 - tx) * alongY;
       }
       for (int k = 0; k < 16; ++k) {
         ASSERT_NEAR(getCubicTable16f()[16 * entry + k], w[k] / sum, 1e-6);
@@ -417,27 +321,23 @@ TEST(Resample, SurfacesAreThoseOfLeastSquares) {
   const auto quadratic = [](double x, double y) {
     return 3 - 2 * x + 5 * y + 0.5 * x * x - 1.25 * x * y + 0.75 * y * y;
   };
-  for (int entry = 0; entry < 256; ++entry) {
-    const double x = entry % 16 / 16.0, y = entry / 16 / 16.0;
-    for (const bool isEight : {false, true}) {
-      const auto& places = isEight ? reference::kEightPlaces : reference::kSixPlaces;
-      const auto& terms = isEight ? eight : six;
-      double best = 0;
-      int whole = 0;
-      for (std::size_t j = 0; j < places.size(); ++j) {
-        const double weight = exact[static_cast<std::size_t>(16 * entry + 8 * isEight) + j];
-        int rounded = 0;
-        for (int k = 0; k < 8; ++k) {
-          rounded += matrices[static_cast<std::size_t>(64 * isEight + 8 * k) + j] *
-                     terms[static_cast<std::size_t>(8 * entry + k)];
-        }
-        ASSERT_NEAR(rounded, 512 * weight, isEight ? 3.2 : 1e-4) << entry;
-        best += weight * quadratic(places[j].column, places[j].row);
-        whole += rounded;
+  for (std::size_t i = 0; i < 512; ++i) {
+    const std::size_t entry = i / 2, isEight = i % 2;
+    const auto& places = isEight ? reference::kEightPlaces : reference::kSixPlaces;
+    double best = 0;
+    int whole = 0;
+    for (std::size_t j = 0; j < places.size(); ++j) {
+      const double weight = exact[8 * i + j];
+      int rounded = 0;
+      for (std::size_t k = 0; k < 8; ++k) {
+        rounded += matrices[64 * isEight + 8 * k + j] * (isEight ? eight : six)[8 * entry + k];
       }
-      ASSERT_NEAR(best, quadratic(x, y), 1e-5) << entry;
-      ASSERT_EQ(whole, 512);
+      ASSERT_NEAR(rounded, 512 * weight, isEight ? 3.2 : 1e-4) << entry;
+      best += weight * quadratic(places[j].column, places[j].row);
+      whole += rounded;
     }
+    ASSERT_NEAR(best, quadratic(static_cast<double>(entry % 16) / 16, static_cast<double>(entry / 16) / 16), 1e-5);
+    ASSERT_EQ(whole, 512);
   }
 }
 

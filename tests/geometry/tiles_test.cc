@@ -11,25 +11,22 @@ namespace {
 
 struct Size {
   unsigned width, height;
+  std::size_t room(unsigned pitch) const {
+    return width == 0 || height == 0 ? 0 : std::size_t{height - 1} * pitch + width;
+  }
 };
 
-// Where the sample of destination column x, row y comes from, in a source of the given size.
-using Origin = Size (*)(unsigned x, unsigned y, Size source);
-
-// The destination, rows `pitch` apart, where `origin` says each sample comes from; what lies between rows is kept.
+// The destination, rows `pitch` apart, where origin(x, y) says where each sample comes from; what lies between rows is
+// kept.
 template <typename T>
-void gather(const std::vector<T>& src, unsigned srcPitch, Size source, std::vector<T>& dst, unsigned pitch, Size out,
+void gather(const std::vector<T>& src, unsigned srcPitch, std::vector<T>& dst, unsigned pitch, Size out,
             auto&& origin) {
   for (unsigned y = 0; y < out.height; ++y) {
     for (unsigned x = 0; x < out.width; ++x) {
-      const Size at = origin(x, y, source);
+      const Size at = origin(x, y);
       dst[y * pitch + x] = src[at.height * srcPitch + at.width];
     }
   }
-}
-
-std::size_t roomOf(Size size, unsigned pitch) {
-  return size.width == 0 || size.height == 0 ? 0 : std::size_t{size.height - 1} * pitch + size.width;
 }
 
 template <typename T>
@@ -50,16 +47,6 @@ TEST(Tiles, MirrorsRowsBetweenBuffersAndInPlace) {
   proveMirror(tileMirrorX16_16_EMMX);
 }
 
-constexpr Origin kTurns[] = {[](unsigned x, unsigned y, Size s) {
-                               return Size{y, s.height - 1 - x};
-                             },
-                             [](unsigned x, unsigned y, Size s) {
-                               return Size{s.width - 1 - x, s.height - 1 - y};
-                             },
-                             [](unsigned x, unsigned y, Size s) {
-                               return Size{s.width - 1 - y, x};
-                             }};
-
 template <typename T>
 using Turn = int (*)(const T*, unsigned, unsigned, unsigned, T*, unsigned);
 constexpr Turn<std::uint8_t> kTurns8[] = {tileTurn90_8_8, tileTurn180_8_8, tileTurn270_8_8};
@@ -68,21 +55,26 @@ constexpr Turn<std::uint16_t> kTurns16[] = {tileTurn90_16_16, tileTurn180_16_16,
 template <typename T>
 void proveTurns(const Turn<T> (&turns)[3], Size size, unsigned srcPad, unsigned dstPad) {
   const Guard guard = (size.width + size.height) % 2 == 0 ? Guard::AfterEnd : Guard::BeforeBegin;
+  const unsigned srcPitch = size.width + srcPad;
+  const std::vector<T> in = samples<T>(size.room(srcPitch), Pattern::Structured);
   for (std::size_t i = 0; i < 3; ++i) {
     SCOPED_TRACE(testing::Message() << size.width << " x " << size.height << ", pads " << srcPad << ", " << dstPad
                                     << ", " << sizeof(T) * 8 << " bits, turned by " << 90 * (i + 1));
     const Size out = i == 1 ? size : Size{size.height, size.width};
-    const unsigned srcPitch = size.width + srcPad;
-    const auto model = [&](const auto& src, unsigned, unsigned, unsigned, auto& dst, unsigned pitch) {
-      gather(src, srcPitch, size, dst, pitch, out, kTurns[i]);
+    const unsigned lastX = size.width - 1, lastY = size.height - 1, dstPitch = out.width + dstPad;
+    const auto origin = [=](unsigned x, unsigned y) {
+      return i == 0 ? Size{y, lastY - x} : i == 1 ? Size{lastX - x, lastY - y} : Size{lastX - y, x};
     };
-    const std::vector<T> in = samples<T>(roomOf(size, srcPitch), Pattern::Structured);
-    prove(guard, turns[i], model, in, srcPitch, size.width, size.height, room<T>(roomOf(out, out.width + dstPad)),
-          out.width + dstPad);
+    prove(
+        guard, turns[i],
+        [&](const auto& src, unsigned, unsigned, unsigned, auto& dst, unsigned) {
+          gather(src, srcPitch, dst, dstPitch, out, origin);
+        },
+        in, srcPitch, size.width, size.height, room<T>(out.room(dstPitch)), dstPitch);
     if (i != 1) continue;
     prove(
         guard, [&](T* tile) { return turns[i](tile, srcPitch, size.width, size.height, tile, srcPitch); },
-        [&](auto& tile) { gather(in, srcPitch, size, tile, srcPitch, size, kTurns[i]); }, in);
+        [&](auto& tile) { gather(in, srcPitch, tile, srcPitch, size, origin); }, in);
   }
 }
 
@@ -115,27 +107,28 @@ void proveBorder(Routine border) {
     for (const Size size : {Size{1, 1}, {1, 4}, {5, 1}, {37, 3}, {0, 1}, {1, 0}}) {
       SCOPED_TRACE(testing::Message() << c << ", " << size.width << " x " << size.height);
       const Size out = {left + size.width + right, top + size.height + bottom};
-      const unsigned dstPitch = out.width + pad;
-      const auto widen = [&](const auto& src, unsigned srcPitch, auto& dst) {
+      const unsigned srcPitch = size.width + pad, dstPitch = out.width + pad, place = top * dstPitch + left;
+      const auto widen = [&](const auto& src, unsigned pitch, auto& dst) {
         if (size.width == 0 || size.height == 0) return -1;
-        gather(src, srcPitch, size, dst, dstPitch, out, [=](unsigned x, unsigned y, Size s) {
-          return Size{std::clamp(x, left, left + s.width - 1) - left, std::clamp(y, top, top + s.height - 1) - top};
+        gather(src, pitch, dst, dstPitch, out, [=](unsigned x, unsigned y) {
+          return Size{std::clamp(x, left, left + size.width - 1) - left,
+                      std::clamp(y, top, top + size.height - 1) - top};
         });
         return 0;
       };
-      const auto call = [&](T* src, unsigned srcPitch, T* dst) {
-        return border(src, srcPitch, size.width, size.height, dst, dstPitch, left, top, right, bottom);
+      const auto call = [&](T* src, unsigned pitch, T* dst) {
+        return border(src, pitch, size.width, size.height, dst, dstPitch, left, top, right, bottom);
       };
-      prove(Guard::AfterEnd, call, widen, samples<T>(roomOf(size, size.width + pad), Pattern::Random), size.width + pad,
-            room<T>(roomOf(out, dstPitch)));
+      prove(Guard::AfterEnd, call, widen, samples<T>(size.room(srcPitch), Pattern::Random), srcPitch,
+            room<T>(out.room(dstPitch)));
       // In its place already.
       prove(
-          Guard::AfterEnd, [&](T* dst) { return call(dst + top * dstPitch + left, dstPitch, dst); },
+          Guard::AfterEnd, [&](T* dst) { return call(dst + place, dstPitch, dst); },
           [&](auto& dst) {
-            const auto place = dst.begin() + std::min<std::ptrdiff_t>(top * dstPitch + left, std::ssize(dst));
-            return widen(std::vector<T>(place, dst.end()), dstPitch, dst);
+            const auto from = dst.begin() + std::min<std::ptrdiff_t>(place, std::ssize(dst));
+            return widen(std::vector<T>(from, dst.end()), dstPitch, dst);
           },
-          samples<T>(roomOf(out, dstPitch), Pattern::Random));
+          samples<T>(out.room(dstPitch), Pattern::Random));
     }
   }
 }

@@ -8,8 +8,6 @@
 namespace quorvel::test {
 namespace {
 
-using Words = std::vector<std::uint16_t>;
-
 TEST(ByteOrder, HandComputedValuesPinTheSwaps) {
   EXPECT_EQ(swap2(0x1234), 0x3412);
   EXPECT_EQ(swap4(0x12345678), 0x78563412u);
@@ -38,12 +36,10 @@ TEST(BitReversal, ReversesTheLowBits) {
     for (int bit = 0; bit < bits; ++bit) out = out << 1 | (x >> bit & 1);
     return out;
   };
-  EXPECT_EQ(genLowToBigTable(), 0);
   for (unsigned i = 0; i < 256; ++i) {
     for (unsigned k = 0; k <= 9; ++k) ASSERT_EQ(bitReversal[k][i], reversed(i, k == 0 ? 8 : static_cast<int>(k) - 1));
-  }
-  for (const std::uint32_t x : samples<std::uint32_t>(200, Pattern::Random)) {
-    for (int bits = 1; bits <= 16; ++bits) ASSERT_EQ(lowToBigEndianW(x, bits), reversed(x, bits)) << x;
+    for (int bits = 1; bits <= 16; ++bits)
+      ASSERT_EQ(lowToBigEndianW(i * 257 ^ 0xA5, bits), reversed(i * 257 ^ 0xA5, bits));
   }
 }
 

@@ -9,9 +9,6 @@
 namespace quorvel::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
-
 // Proves routine(src, dst, n), which makes one sample of each, against rule(sample, index, n). Other counts than whole
 // groups are refused.
 template <typename In, typename Out, typename Routine, typename Rule>
@@ -28,16 +25,11 @@ void proveConversion(const std::vector<unsigned>& lengths, unsigned group, Routi
 
 // (v + half) >> bits, where the sum wraps at 16 bits in groups.
 TEST(Depth, RoundedShiftsSaturateInGroupsAndWrapInTheRemainder) {
-  const struct {
-    int (*routine)(const std::uint16_t*, std::uint8_t*, unsigned);
-    unsigned half;
-    int bits;
-  } cases[] = {{conv12to8MMX, 8, 4}, {conv14to8MMX, 32, 6}};
-  for (const auto& c : cases) {
+  for (const int bits : {4, 6}) {
     proveConversion<std::uint16_t, std::uint8_t>(
-        rowLengthsAndStreamed(1), 1, c.routine, [&](std::uint16_t v, unsigned i, unsigned n) {
-          const unsigned sum = v + c.half;
-          return i < n % 8 ? sum >> c.bits & 0xFF : std::min((sum & 0xFFFF) >> c.bits, 255u);
+        rowLengthsAndStreamed(1), 1, bits == 4 ? conv12to8MMX : conv14to8MMX, [=](int v, unsigned i, unsigned n) {
+          const int sum = v + (1 << bits) / 2;
+          return i < n % 8 ? sum >> bits & 0xFF : std::min((sum & 0xFFFF) >> bits, 255);
         });
   }
 }
@@ -47,34 +39,34 @@ TEST(Depth, ShiftsByAnyNumberOfBits) {
     SCOPED_TRACE(shift);
     const std::vector<unsigned> lengths = shift == 4 ? rowLengthsAndStreamed(2) : std::vector<unsigned>{1, 15, 40, 129};
     const bool allOut = shift < 0 || shift > 15;
-    const auto widen = [=](int v, unsigned, unsigned) { return allOut ? 0 : v * (1 << shift); };
+    const auto shifts = [=](auto routine) {
+      return [=](auto* src, auto* dst, unsigned n) { return routine(src, dst, n, shift); };
+    };
+    const auto widened = [=](int v, unsigned, unsigned) { return allOut ? 0 : v * (1 << shift); };
+    const auto widenSigned = [](auto* src, auto* dst, unsigned n, int bits) {
+      return conv8stoN_MMX(reinterpret_cast<const char*>(src), dst, n, bits);
+    };
     proveConversion<std::uint16_t, std::uint8_t>(
-        lengths, 1, [=](const auto* src, auto* dst, unsigned n) { return convNto8MMX(src, dst, n, shift); },
-        [=](int v, unsigned, unsigned) { return allOut ? 0 : v >> shift & 0xFF; });
-    proveConversion<std::uint8_t, std::uint16_t>(
-        lengths, 1, [=](const auto* src, auto* dst, unsigned n) { return conv8toN_MMX(src, dst, n, shift); }, widen);
-    proveConversion<std::int8_t, std::int16_t>(
-        lengths, 1,
-        [=](const auto* src, auto* dst, unsigned n) {
-          return conv8stoN_MMX(reinterpret_cast<const char*>(src), dst, n, shift);
-        },
-        widen);
+        lengths, 1, shifts(convNto8MMX), [=](int v, unsigned, unsigned) { return allOut ? 0 : v >> shift & 0xFF; });
+    proveConversion<std::uint8_t, std::uint16_t>(lengths, 1, shifts(conv8toN_MMX), widened);
+    proveConversion<std::int8_t, std::int16_t>(lengths, 1, shifts(widenSigned), widened);
   }
   proveConversion<std::uint8_t, std::uint16_t>(rowLengths(), 1, conv8to12MMX,
                                                [](int v, unsigned, unsigned) { return v << 4; });
 }
 
 TEST(Depth, WholeGroupsWithoutAShift) {
+  const auto limited = [](int least, int most) {
+    return [=](int v, unsigned, unsigned) { return std::clamp(v, least, most); };
+  };
   for (const int finish : {0, 1}) {
-    proveConversion<std::uint16_t, std::uint8_t>(
-        rowLengths(), 8, [=](const auto* src, auto* dst, unsigned n) { return conv12to8MMX11(src, dst, n, finish); },
-        [](int v, unsigned, unsigned) { return std::min(v, 255); });
-    proveConversion<std::uint8_t, std::uint16_t>(
-        rowLengths(), 8, [=](const auto* src, auto* dst, unsigned n) { return conv8to12MMX11(src, dst, n, finish); },
-        [](int v, unsigned, unsigned) { return v; });
+    const auto finishes = [=](auto routine) {
+      return [=](auto* src, auto* dst, unsigned n) { return routine(src, dst, n, finish); };
+    };
+    proveConversion<std::uint16_t, std::uint8_t>(rowLengths(), 8, finishes(conv12to8MMX11), limited(0, 255));
+    proveConversion<std::uint8_t, std::uint16_t>(rowLengths(), 8, finishes(conv8to12MMX11), limited(0, 255));
   }
-  proveConversion<std::int32_t, std::int16_t>(rowLengths(), 4, conv32to16lowMMX,
-                                              [](int v, unsigned, unsigned) { return std::clamp(v, -32768, 32767); });
+  proveConversion<std::int32_t, std::int16_t>(rowLengths(), 4, conv32to16lowMMX, limited(-32768, 32767));
 }
 
 // ((v - low, not below 0) * factor) >> 16 of 16-bit values with a sign, limited to a byte.

@@ -8,9 +8,6 @@
 namespace quorvel::test {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Words = std::vector<std::uint16_t>;
-
 TEST(Grey, PixelsWithFixedWeights) {
   const auto model = [](const Bytes& rgb, Bytes& out, unsigned n) {
     for (std::size_t i = 0; i < n; ++i) {
@@ -50,24 +47,19 @@ TEST(Grey, PlanesWithWeightsOfEachLaneOverTheWholeRange) {
 }
 
 TEST(Grey, WeightsAreRoundedAndHeldBelowOne) {
-  const struct {
-    double weight;
-    int stored;
-  } cases[] = {{0, 0},
-               {0.299, 9798},
-               {0.5 / 32768, 1},
-               {0.49 / 32768, 0},
-               {32767.4 / 32768, 32767},
-               {32767.5 / 32768, 32767},
-               {1e300, 32767},
-               {-2.0 / 32768, 32767},
-               {-1e300, 32767},
-               {std::numeric_limits<double>::quiet_NaN(), 32767}};
-  for (const auto& [weight, stored] : cases) {
+  for (const auto& [units, stored] : {std::pair(0.0, 0),
+                                      {0.49, 0},
+                                      {0.5, 1},
+                                      {9797.6, 9798},
+                                      {32767.5, 32767},
+                                      {1e300, 32767},
+                                      {-2, 32767},
+                                      {-1e300, 32767},
+                                      {std::numeric_limits<double>::quiet_NaN(), 32767}}) {
     RGB_to_Gray coef;
-    EXPECT_EQ(convertCoef_RGB_to_Gray(weight, 0.587, 0.114, &coef), 0);
+    EXPECT_EQ(convertCoef_RGB_to_Gray(units / 32768, 0.587, 0.114, &coef), 0);
     for (int lane = 0; lane < 4; ++lane) {
-      EXPECT_EQ(coef.red[lane], stored) << weight;
+      EXPECT_EQ(coef.red[lane], stored) << units;
       EXPECT_TRUE(coef.green[lane] == 19235 && coef.blue[lane] == 3736);
     }
   }

@@ -63,14 +63,12 @@ template <typename T>
 class GuardedBuffer {
  public:
   explicit GuardedBuffer(std::size_t size, Guard guard = Guard::AfterEnd) : size_(size) {
-    const std::size_t page = pageBytes();
-    const std::size_t bytes = size * sizeof(T);
+    const std::size_t page = pageBytes(), bytes = size * sizeof(T);
     room_ = (bytes + page - 1) / page * page + page;  // at least a page of pattern beside the payload
     mapped_ = room_ + 2 * page;
-    map_ = static_cast<std::byte*>(reserve(mapped_));
-    if (map_ == nullptr) throw std::bad_alloc();
+    map_ = static_cast<unsigned char*>(reserve(mapped_));
+    if (map_ == nullptr || !open(map_ + page, room_)) throw std::bad_alloc();
     begin_ = map_ + page;
-    if (!open(begin_, room_)) throw std::bad_alloc();
     std::memset(begin_, kFresh, room_);
     payload_ = guard == Guard::AfterEnd ? begin_ + room_ - bytes : begin_;
   }
@@ -88,21 +86,18 @@ class GuardedBuffer {
 
   // Whether nothing was written beside the payload on its mapped side.
   bool surroundingsIntact() const {
-    const std::byte* end = payload_ + size_ * sizeof(T);
-    const auto untouched = [](std::byte b) { return b == std::byte{kFresh}; };
-    return std::all_of(const_cast<const std::byte*>(begin_), const_cast<const std::byte*>(payload_), untouched) &&
-           std::all_of(end, const_cast<const std::byte*>(begin_) + room_, untouched);
+    return fresh(begin_, payload_) && fresh(payload_ + size_ * sizeof(T), begin_ + room_);
   }
   // Whether the payload, too, is as it was made: the routine under test wrote nothing at all.
-  bool untouched() const {
-    return surroundingsIntact() && std::all_of(const_cast<const std::byte*>(payload_),
-                                               const_cast<const std::byte*>(payload_) + size_ * sizeof(T),
-                                               [](std::byte b) { return b == std::byte{kFresh}; });
-  }
+  bool untouched() const { return fresh(begin_, begin_ + room_); }
 
  private:
+  static bool fresh(const unsigned char* from, const unsigned char* to) {
+    return std::all_of(from, to, [](unsigned char byte) { return byte == kFresh; });
+  }
+
   std::size_t size_, room_ = 0, mapped_ = 0;
-  std::byte *map_ = nullptr, *begin_ = nullptr, *payload_ = nullptr;
+  unsigned char *map_ = nullptr, *begin_ = nullptr, *payload_ = nullptr;
 };
 
 }  // namespace quorvel::test

@@ -14,6 +14,10 @@
 
 namespace quorvel::test {
 
+using Bytes = std::vector<std::uint8_t>;
+using Words = std::vector<std::uint16_t>;
+using Floats = std::vector<float>;
+
 enum class Pattern { Random, Extremes, Structured };
 
 inline constexpr std::array kAllPatterns = {Pattern::Random, Pattern::Extremes, Pattern::Structured};

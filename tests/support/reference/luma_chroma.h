@@ -12,7 +12,6 @@ namespace quorvel::reference {
 
 struct RawCell {
   std::int64_t g1, r, b, g2;
-  bool operator==(const RawCell&) const = default;
 };
 
 template <typename T>
@@ -82,21 +81,23 @@ using Planes16 = PlaneCell<std::int16_t>;
 
 enum class Second { Luminance, First };
 
-inline RawCell from16(const Planes16& p, int off, Second second) {
+template <Second kSecond>
+RawCell from16(const Planes16& p, int off) {
   const auto clamped = [off](std::int64_t v) { return clampedSample(v, off); };
   const std::int64_t l = p.y1 + std::int64_t{std::max(off, 0)};
   const std::int64_t g1 = clamped(l + rounded(std::int64_t{-22554} * p.cb - std::int64_t{46802} * p.cr, 16));
-  const std::int64_t step = second == Second::First ? 0 : rounded((p.y2 - p.y1) * std::int64_t{111646}, 16);
+  const std::int64_t step = kSecond == Second::First ? 0 : rounded((p.y2 - p.y1) * std::int64_t{111646}, 16);
   return {g1, clamped(l + rounded(std::int64_t{91881} * p.cr, 16)),
           clamped(l + rounded(std::int64_t{116130} * p.cb, 16)), clamped(g1 + step)};
 }
 
-inline RawCell from12_4(const Planes16& p, int off, bool difference) {
+template <bool kDifference>
+RawCell from12_4(const Planes16& p, int off) {
   const auto sample = [off](std::int64_t v) { return clampedSample(rounded(v, 18), off); };
   const std::int64_t l = (p.y1 + 16 * std::int64_t{std::max(off, 0)}) * 16384;
   const std::int64_t green = l - 5638 * p.cb - 11700 * p.cr, g1 = sample(green);
-  const std::int64_t g2 = difference ? sample(green + p.y2 * std::int64_t{32768})
-                                     : clampedSample(g1 + rounded((p.y2 - p.y1) * std::int64_t{27911}, 18), off);
+  const std::int64_t g2 = kDifference ? sample(green + p.y2 * std::int64_t{32768})
+                                      : clampedSample(g1 + rounded((p.y2 - p.y1) * std::int64_t{27911}, 18), off);
   return {g1, sample(l + 22970 * p.cr), sample(l + 29032 * p.cb), g2};
 }
 

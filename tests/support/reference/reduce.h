@@ -27,15 +27,11 @@ inline std::uint64_t weightedMean(const std::vector<Tap>& taps, const std::uint1
   return sum / weights;
 }
 
-inline const CellTaps& tapsBy2() {
-  static const CellTaps taps = {{{{0, 0, 1}, {0, 2, 1}, {1, 1, 1}, {2, 0, 1}},
-                                 {{0, 1, 1}, {0, 3, 2}, {2, 1, 1}},
-                                 {{1, 0, 1}, {3, 0, 2}, {3, 2, 1}},
-                                 {{1, 3, 1}, {2, 2, 1}, {3, 1, 1}, {3, 3, 1}}}};
-  return taps;
-}
-
-inline CellTaps tapsOfFirstCell() { return {{{{0, 0, 1}}, {{0, 1, 1}}, {{1, 0, 1}}, {{1, 1, 1}}}}; }
+inline const CellTaps kTapsBy2 = {{{{0, 0, 1}, {0, 2, 1}, {1, 1, 1}, {2, 0, 1}},
+                                   {{0, 1, 1}, {0, 3, 2}, {2, 1, 1}},
+                                   {{1, 0, 1}, {3, 0, 2}, {3, 2, 1}},
+                                   {{1, 3, 1}, {2, 2, 1}, {3, 1, 1}, {3, 3, 1}}}};
+inline const CellTaps kTapsOfFirstCell = {{{{0, 0, 1}}, {{0, 1, 1}}, {{1, 0, 1}}, {{1, 1, 1}}}};
 
 // Green: all of the sample's own 8 x 8 sites. Red and blue: a sample stands for a square two sites wide, and weighs
 // what the own sites cover of it; in half sites, that is an overlap of two intervals in each direction.
@@ -72,50 +68,41 @@ inline void reduceBlocks(const CellTaps& taps, unsigned factor, const Words& src
 
 // Taps of re-weighting, relative to the cell's first sample; `reach` cells ahead must be there in a direction in which
 // a sample has taps.
-inline CellTaps tapsAhead(unsigned firstCell, std::uint64_t near, std::uint64_t far) {
-  const unsigned n = 2 * firstCell, f = n + 2;
+inline CellTaps tapsAhead(unsigned firstCell, std::uint64_t p, std::uint64_t q) {  // p of the nearer, q of the other
+  const unsigned n = 2 * firstCell + 1, f = n + 2;
   return {{{{0, 0, 1}},
-           {{0, n + 1, near}, {0, f + 1, far}},
-           {{n + 1, 0, near}, {f + 1, 0, far}},
-           {{n + 1, n + 1, near * near},
-            {n + 1, f + 1, near * far},
-            {f + 1, n + 1, far * near},
-            {f + 1, f + 1, far * far}}}};
+           {{0, n, p}, {0, f, q}},
+           {{n, 0, p}, {f, 0, q}},
+           {{n, n, p * p}, {n, f, p * q}, {f, n, q * p}, {f, f, q * q}}}};
 }
 
-inline Words reweighted(const CellTaps& taps, unsigned reach, bool twelfths, const Words& src, std::size_t pitch,
-                        std::size_t width, std::size_t height) {
-  Words dst(width * height);
-  for (std::size_t y = 0; y < height; ++y) {
-    for (std::size_t x = 0; x < width; ++x) {
-      const std::uint16_t* const own = &src[y * pitch + x];
-      std::uint64_t value = *own;
-      const bool columnsAhead = x / 2 + reach < width / 2;
-      const bool rowsAhead = y % 2 == 0 ? y / 2 < height / 2 : y / 2 + reach < height / 2;
-      if (columnsAhead && rowsAhead) {
-        const std::uint16_t* const cell = own - y % 2 * pitch - x % 2;
-        value = weightedMean(taps[y % 2 * 2 + x % 2], cell, pitch);
-        if (twelfths && y % 2 == 1 && x % 2 == 1) {
-          value = (8u * own[0] + 2u * own[2 * pitch + 2] + own[2 * pitch] + own[2]) * 341 >> 12;
+struct Reweighting {
+  CellTaps taps;
+  unsigned reach;
+  bool twelfths = false;  // the second green by 341 / 4096
+
+  Words operator()(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) const {
+    Words dst(width * height);
+    for (std::size_t y = 0; y < height; ++y) {
+      for (std::size_t x = 0; x < width; ++x) {
+        const std::uint16_t* const own = &src[y * pitch + x];
+        std::uint64_t value = *own;
+        const bool rowsAhead = y % 2 == 0 ? y / 2 < height / 2 : y / 2 + reach < height / 2;
+        if (x / 2 + reach < width / 2 && rowsAhead) {
+          value = weightedMean(taps[y % 2 * 2 + x % 2], own - y % 2 * pitch - x % 2, pitch);
+          if (twelfths && y % 2 == 1 && x % 2 == 1) {
+            value = (8u * own[0] + 2u * own[2 * pitch + 2] + own[2 * pitch] + own[2]) * 341 >> 12;
+          }
         }
+        dst[y * width + x] = static_cast<std::uint16_t>(value);
       }
-      dst[y * width + x] = static_cast<std::uint16_t>(value);
     }
+    return dst;
   }
-  return dst;
-}
+};
 
-inline Words reweightedFor2(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
-  return reweighted(tapsAhead(0, 3, 1), 1, true, src, pitch, width, height);
-}
-
-inline Words reweightedFor4(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
-  return reweighted(tapsAhead(1, 1, 1), 2, false, src, pitch, width, height);
-}
-
-inline Words reweightedFrom2To4(const Words& src, std::size_t pitch, std::size_t width, std::size_t height) {
-  return reweighted(tapsAhead(1, 3, 1), 2, false, src, pitch, width, height);
-}
+inline const Reweighting kFor2 = {tapsAhead(0, 3, 1), 1, true}, kFor4 = {tapsAhead(1, 1, 1), 2},
+                         kFrom2To4 = {tapsAhead(1, 3, 1), 2};
 
 // Means of 4 x 4 into rows `pitch` apart of `dst`, which keeps what is not written.
 inline void mosaicOfMeans(const Words& r, const Words& g, const Words& b, Words& dst, unsigned width, unsigned height,

@@ -51,38 +51,36 @@ int bilinear(const Raster<T>& raster, std::uint32_t x, std::uint32_t y, int bias
   return std::min((upper >> 14) + (lower >> 14) + bias, limit) >> 1;
 }
 
-// A pixel of a group, by either arithmetic.
-inline int groupPixel(const Raster<std::uint16_t>& raster, const GroupEl& group, std::uint32_t x, bool doubled) {
-  const auto w = bilinearWeights(phase(x), static_cast<int>(group.yPhaseBase / 16), doubled ? 32768 : 65536);
+// A pixel of a group, which has two rows and one phase, by either arithmetic.
+inline int groupPixel(const Raster<std::uint16_t>& raster, std::uint32_t x, int top, int bottom, int fy, bool doubled) {
+  const auto w = bilinearWeights(phase(x), fy, doubled ? 32768 : 65536);
   unsigned sum = 0;
   for (int k = 0; k < 4; ++k) {
-    const int s = raster.at(raster.column(x) + k % 2, static_cast<int>(k < 2 ? group.topRow : group.bottomRow));
+    const int s = raster.at(raster.column(x) + k % 2, k < 2 ? top : bottom);
     sum += doubled ? static_cast<unsigned>(static_cast<std::int16_t>(2 * s) * w[k] >> 16)
                    : (static_cast<unsigned>(s) & 0xFFFF) * static_cast<unsigned>(w[k]) >> 16;
   }
   return static_cast<int>(sum & 0xFFFF);
 }
 
-// The groups of a row, cut where y crosses a sixteenth of a pixel.
-inline std::vector<GroupEl> cutGroups(std::uint32_t y, std::int64_t step, unsigned width, int ring) {
-  std::vector<GroupEl> groups;
+// The y of every pixel of a row. In groups, which are cut where y crosses a sixteenth of a pixel, it is the first's.
+inline std::vector<std::uint32_t> rowOfY(std::uint32_t y, std::int64_t step, unsigned width, int ring, bool grouped) {
+  std::vector<std::uint32_t> rows;
   const std::uint32_t yMask = ring > 0 ? static_cast<std::uint32_t>(ring) * 65536 - 1 : 0xFFFFFFFF;
-  const auto rowOf = [ring](int r) { return static_cast<unsigned>(ring > 0 ? r & (ring - 1) : r); };
   const bool level = std::abs(step * width) < 8193;
   for (std::int64_t left = width; left > 0;) {
     y &= yMask;
-    std::int64_t count = left;
-    if (!level) {
+    std::int64_t count = grouped ? left : 1;
+    if (grouped && !level) {
       const std::int64_t fraction = y & 4095, r = step > 0 ? 4096 - fraction : -fraction;
       const std::int64_t k = r * (1048576 / step) >> 20;
-      count = step > 0 && step * k == r ? k : k + 1;
+      count = std::min(left, step > 0 && step * k == r ? k : k + 1);
     }
-    count = std::min(count, left);
-    groups.push_back({rowOf(row(y)), rowOf(row(y) + 1), y >> 8 & 240, static_cast<unsigned>(count)});
+    rows.insert(rows.end(), static_cast<std::size_t>(count), y);
     y += static_cast<std::uint32_t>(step * count);
     left -= count;
   }
-  return groups;
+  return rows;
 }
 
 struct Place {
