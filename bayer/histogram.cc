@@ -64,8 +64,8 @@ HWY_AFTER_NAMESPACE();
 
 #include <array>
 #include <limits>
-#include <memory>
-#include <new>
+
+#include "runtime/plain_memory.h"
 
 namespace quorvel {
 namespace {
@@ -93,7 +93,7 @@ constexpr std::size_t kValues = 4096, kSets = 4;
 
 // One colour's sets. The gap sets the colours off against each other: at a multiple of 4 KiB a processor takes the
 // counters of equal values for the same ones, and waits.
-struct alignas(64) ColourCounters {
+struct alignas(8) ColourCounters {  // as a value's counters, which then lie in one line
   std::uint16_t ofValue[kValues][kSets];
   std::uint16_t gap[96];
 };
@@ -113,7 +113,7 @@ class FrameCount {
   FrameCount(std::uint32_t* r, std::uint32_t* g, std::uint32_t* b, unsigned width, unsigned height)
       : totals_{r, g, b}, width_(width), groups_(width / (2 * kSets)) {
     if (std::uint64_t{width} * height >= kManySamples && groups_ <= kFull) {
-      counters_.reset(new (std::nothrow) std::array<ColourCounters, 3>());
+      counters_.reset(clearedMemory<std::array<ColourCounters, 3>>(1));
     }
   }
 
@@ -148,7 +148,7 @@ class FrameCount {
   std::size_t width_, groups_;
   bool repeats_ = false;
   std::size_t counted_ = 0;  // what a counter of green may have come to: one a group and row
-  std::unique_ptr<std::array<ColourCounters, 3>> counters_;
+  PlainMemory<std::array<ColourCounters, 3>> counters_;
 };
 
 }  // namespace

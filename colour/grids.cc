@@ -4,19 +4,10 @@
 #include "quorvel/grids.h"
 
 #include <algorithm>
-#include <limits>
-#include <new>
 
-namespace {
+#include "runtime/plain_memory.h"
 
-template <typename T>
-T* cleared(std::uint64_t n) {
-  // More than an object may hold would be refused with an exception.
-  if (n == 0 || n > static_cast<std::uint64_t>(std::numeric_limits<std::ptrdiff_t>::max()) / sizeof(T)) return nullptr;
-  return new (std::nothrow) T[static_cast<std::size_t>(n)]();
-}
-
-}  // namespace
+using quorvel::FreeMemory;
 
 template <typename T>
 TMatrix<T>::TMatrix() = default;
@@ -41,20 +32,20 @@ TMatrix<T>& TMatrix<T>::operator=(const TMatrix& other) {
 
 template <typename T>
 TMatrix<T>::~TMatrix() {
-  delete[] elements_;
+  FreeMemory()(elements_);
 }
 
 template <typename T>
 void TMatrix<T>::resize(unsigned columns, unsigned rows) {
-  delete[] elements_;
-  elements_ = cleared<T>(std::uint64_t{columns} * rows);
+  FreeMemory()(elements_);
+  elements_ = quorvel::clearedMemory<T>(std::uint64_t{columns} * rows);
   const bool empty = elements_ == nullptr;
   columns_ = empty ? 0 : columns;
   rows_ = empty ? 0 : rows;
 }
 
 template <unsigned kLevels>
-TCubeI16<kLevels>::TCubeI16() : values_(cleared<std::int16_t>(3 * kCells)) {}
+TCubeI16<kLevels>::TCubeI16() : values_(quorvel::clearedMemory<std::int16_t>(3 * kCells)) {}
 
 template <unsigned kLevels>
 TCubeI16<kLevels>::TCubeI16(const TCubeI16& other) : TCubeI16() {
@@ -71,7 +62,7 @@ TCubeI16<kLevels>& TCubeI16<kLevels>::operator=(const TCubeI16& other) {
 
 template <unsigned kLevels>
 TCubeI16<kLevels>::~TCubeI16() {
-  delete[] values_;
+  FreeMemory()(values_);
 }
 
 template class QUORVEL_API TMatrix<float>;

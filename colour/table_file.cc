@@ -6,10 +6,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <memory>
-#include <new>
 
 #include "quorvel/colour.h"
+#include "runtime/plain_memory.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ constexpr std::uint32_t kBinaryBytes = kBinaryRows * kColumns * sizeof(float);
 constexpr std::uint32_t kTextRoom = 8u << 20;
 static_assert(std::endian::native == std::endian::little && sizeof(float) == 4, "the file holds the bytes of memory");
 
-using Bytes = std::unique_ptr<char[]>;
+using Bytes = quorvel::PlainMemory<char>;
 
 // The whole file in memory; null where that fails. 32 bits bound what one call reads.
 Bytes contents(const char* name, std::size_t* bytes) {
@@ -27,7 +26,7 @@ Bytes contents(const char* name, std::size_t* bytes) {
   std::uint64_t size = 0;
   if (file.open(name) != 0 || file.size(&size) != 0 || size > std::numeric_limits<std::int32_t>::max()) return nullptr;
   *bytes = static_cast<std::size_t>(size);
-  Bytes memory(new (std::nothrow) char[*bytes + 1]);
+  Bytes memory(quorvel::plainMemory<char>(size + 1));
   if (memory == nullptr || file.read(memory.get(), static_cast<std::uint32_t>(size)) != 0) return nullptr;
   return memory;
 }
@@ -117,7 +116,7 @@ int ColorTableFile::saveToBinFile(const char* name) {
 int ColorTableFile::saveToFile(const char* name) {
   TMatrix<float> matrix;
   convertTo(matrix);
-  const Bytes memory(new (std::nothrow) char[kTextRoom]);
+  const Bytes memory(quorvel::plainMemory<char>(kTextRoom));
   if (memory == nullptr) return kFailed;
   char *to = memory.get(), *const end = to + kTextRoom;
   for (unsigned r = 0; r < matrix.rows(); ++r) {

@@ -2,9 +2,9 @@
 // A set of tables with curves before and behind: pixels pass through all three in bands that stay in the cache.
 #include <algorithm>
 #include <array>
-#include <new>
 
 #include "colour/tables.h"
+#include "runtime/plain_memory.h"
 
 namespace quorvel {
 namespace {
@@ -40,16 +40,16 @@ struct ColorConvTableSojBase::Curves {
 
   // Replaces what `slot` holds by new curves, or by none.
   static int keep(const std::uint16_t* from, Curves*& slot) {
-    Curves* made = from == nullptr ? nullptr : new (std::nothrow) Curves(from);
+    Curves* made = from == nullptr ? nullptr : makeObject<Curves>(from);
     if (from != nullptr && made == nullptr) return kFailed;
-    delete slot;
+    destroyObject(slot);
     slot = made;
     return 0;
   }
   // False where there is no memory for what is to be copied.
   static bool copy(const Curves* from, Curves*& slot) {
-    Curves* made = from == nullptr ? nullptr : new (std::nothrow) Curves(*from);
-    delete slot;
+    Curves* made = from == nullptr ? nullptr : makeObject<Curves>(*from);
+    destroyObject(slot);
     slot = made;
     return made != nullptr || from == nullptr;
   }
@@ -92,8 +92,8 @@ ColorConvTableSojBase& ColorConvTableSojBase::operator=(const ColorConvTableSojB
   return *this;
 }
 ColorConvTableSojBase::~ColorConvTableSojBase() {
-  delete prescan_;
-  delete scan_;
+  destroyObject(prescan_);
+  destroyObject(scan_);
 }
 
 ColorConvTable& ColorConvTableSojBase::get32() { return table32_; }

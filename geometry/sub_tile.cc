@@ -8,7 +8,7 @@
 
 namespace {
 
-enum Refusal : int { Left = -1, Above = -2, Right = -4, Below = -5 };  // -3 means a processor without a suitable unit
+enum Refusal : int { Left = -1, Above = -2, Right = -4, Below = -5 };  // -3 elsewhere means an unhandled method
 
 template <typename T>
 int insertSubTile(const T* src, std::size_t srcPitch, std::size_t width, std::size_t height, T* dst,

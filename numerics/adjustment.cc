@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "numerics/equation_list.h"
 #include "numerics/settings.h"
@@ -71,9 +72,14 @@ double sumOfSquares(const EquationList& list) {
   return sum;
 }
 
-[[noreturn]] void throwMathematical(int code) {
-  char text[512];
-  CMatErrorM(code).formatText(nullptr, text, 0);
+// The text that `formatText` gives, with as much of the function's name as fits: a name from a call-back may be long.
+[[noreturn]] void throwMathematical(const CMatErrorM& error) {
+  char text[sizeof(CImgErrorText)];
+  const bool formatted = CMatErrorM(error.code).formatText(nullptr, text, 0) != nullptr;
+  if (formatted && error.function != nullptr) {
+    const std::size_t used = std::strlen(text);
+    std::snprintf(text + used, sizeof text - used, "%s", error.function);
+  }
   throw CImgErrorText(text);
 }
 
@@ -119,7 +125,7 @@ int solveNonLinearEqv(sMatrixList& equations, double* unknowns, int count, Linea
     return quorvel::withinMemory(
         [&] { return iterate(equations, unknowns, count, linearise, context, tolerance, maxIterations); });
   } catch (const CMatErrorM& error) {
-    throwMathematical(error.code);
+    throwMathematical(error);
   }
 }
 

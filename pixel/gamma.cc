@@ -4,12 +4,12 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <new>
 
 #include "pixel/exact_power.h"
 #include "pixel/gamma_table.h"
 #include "pixel/look_up.h"
 #include "quorvel/pixel.h"
+#include "runtime/plain_memory.h"
 
 namespace quorvel {
 namespace {
@@ -61,11 +61,11 @@ std::uint8_t curveByte(const GammaCurve& curve, double distance, unsigned toeLen
 }  // namespace
 
 GammaTable::~GammaTable() {
-  if (!borrowed_) delete[] table_;
+  if (!borrowed_) FreeMemory()(table_);
 }
 
 void GammaTable::borrow(std::uint8_t* memory, unsigned capacity) {
-  if (!borrowed_) delete[] table_;
+  if (!borrowed_) FreeMemory()(table_);
   table_ = memory;
   size_ = 0;
   capacity_ = capacity;
@@ -74,8 +74,8 @@ void GammaTable::borrow(std::uint8_t* memory, unsigned capacity) {
 
 bool GammaTable::provide(unsigned size) {
   if (table_ == nullptr || size > capacity_) {
-    if (!borrowed_) delete[] table_;
-    table_ = borrowed_ ? nullptr : new (std::nothrow) std::uint8_t[size];
+    if (!borrowed_) FreeMemory()(table_);
+    table_ = borrowed_ ? nullptr : plainMemory<std::uint8_t>(size);
     capacity_ = table_ != nullptr ? size : 0;
   }
   size_ = table_ != nullptr ? size : 0;
@@ -143,9 +143,9 @@ void gamma16_16(const std::int16_t* src, std::uint16_t* dst, const std::uint16_t
   lookUpGroups(src, dst, table, n, 4);
 }
 
-CGammaTblB_DLL::CGammaTblB_DLL() : table_(new (std::nothrow) GammaTable(12)) { genGamma(1.0, 0, 4095, 255); }
+CGammaTblB_DLL::CGammaTblB_DLL() : table_(makeObject<GammaTable>(12u)) { genGamma(1.0, 0, 4095, 255); }
 
-CGammaTblB_DLL::~CGammaTblB_DLL() { delete table_; }
+CGammaTblB_DLL::~CGammaTblB_DLL() { destroyObject(table_); }
 
 void CGammaTblB_DLL::genGamma(double gamma, int lowLevel, int highLevel, int maxOut) {
   if (table_ == nullptr) return;

@@ -67,14 +67,14 @@ bool has3dNowBits(std::uint32_t mask) {
 }
 
 template <typename Ask>
-int remembered(std::int32_t& cell, Ask ask) {
+int remembered(CapabilityCell& cell, Ask ask) {
   if (cell == -1) cell = static_cast<std::int32_t>(ask());
   return cell;
 }
 
 }  // namespace
 
-CapabilityCells capabilityCells;
+constinit CapabilityCells capabilityCells;
 Processor processor = {machineHasCpuid, machineCpuid};
 
 }  // namespace quorvel
@@ -111,9 +111,11 @@ int isCommonEMMX() {
 }
 
 int is3DNow() {
-  const int answer = remembered(capabilityCells.now3d, [] { return has3dNowBits(k3dMask); });
-  capabilityCells.now3dMirror = answer;
-  return answer;
+  return remembered(capabilityCells.now3d, [] {
+    const bool answer = has3dNowBits(k3dMask);
+    capabilityCells.now3dMirror = answer;
+    return answer;
+  });
 }
 
 int isE3DNow() {

@@ -5,22 +5,34 @@
 #ifndef QUORVEL_RUNTIME_CAPABILITIES_H_
 #define QUORVEL_RUNTIME_CAPABILITIES_H_
 
+#include <atomic>
 #include <cstdint>
 
 namespace quorvel {
 
-// One cell a cached query: -1 until it is first asked, then its answer for the life of the process. Unlocked on
-// purpose: two threads that fill a cell at once store the same aligned word.
-struct CapabilityCells {
-  std::int32_t sse = -1;
-  std::int32_t sse2 = -1;
-  std::int32_t now3d = -1;
-  std::int32_t now3dMirror = -1;  // kept in step with now3d for older code; nothing in the library reads it
-  std::int32_t extended3dNow = -1;
-  std::int32_t commonEmmx = -1;
-  std::int32_t emmxAmd = -1;
-  std::int32_t extended3dAmd = -1;
+// The remembered answer of a query: -1 until it is first asked, then the answer for the life of the process. Unlocked
+// on purpose, and relaxed: two threads that fill a cell at once store the same word, and nothing else hangs on it.
+class CapabilityCell {
+ public:
+  CapabilityCell() = default;
+  CapabilityCell(const CapabilityCell& other) : answer_(std::int32_t{other}) {}
+  CapabilityCell& operator=(const CapabilityCell& other) { return *this = std::int32_t{other}; }
+  CapabilityCell& operator=(std::int32_t answer) {
+    answer_.store(answer, std::memory_order_relaxed);
+    return *this;
+  }
+  operator std::int32_t() const { return answer_.load(std::memory_order_relaxed); }
+
+ private:
+  std::atomic<std::int32_t> answer_{-1};
 };
+
+struct CapabilityCells {
+  CapabilityCell sse, sse2, now3d;
+  CapabilityCell now3dMirror;  // filled together with now3d, for older code; nothing in the library reads it
+  CapabilityCell extended3dNow, commonEmmx, emmxAmd, extended3dAmd;
+};
+static_assert(sizeof(CapabilityCells) == 8 * sizeof(std::int32_t));
 
 extern CapabilityCells capabilityCells;
 

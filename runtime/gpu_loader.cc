@@ -3,6 +3,7 @@
 #include "runtime/gpu_loader.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "quorvel/guards.h"
 
@@ -28,7 +29,9 @@ void say(const char* message) {
 
 Module openLibrary(const char* pathHint) {
   if (pathHint != nullptr) {
-    if (const Module hinted = openModule(hintedLibrary(pathHint, systemPaths).c_str())) return hinted;
+    const PlainMemory<char> path = hintedLibrary(pathHint, systemPaths);
+    const Module hinted = path != nullptr ? openModule(path.get()) : nullptr;
+    if (hinted != nullptr) return hinted;
   }
   return openModule(kLibrary);
 }
@@ -40,7 +43,7 @@ Function find(const char* decoratedName) {
 
 }  // namespace
 
-std::string hintedLibrary(std::string_view hint, const PathRules& rules) {
+PlainMemory<char> hintedLibrary(std::string_view hint, const PathRules& rules) {
   const std::size_t separator = hint.find_last_of(rules.separators);
   std::size_t directory = 0;
   if (separator != std::string_view::npos) {
@@ -48,7 +51,12 @@ std::string hintedLibrary(std::string_view hint, const PathRules& rules) {
   } else if (rules.drives && hint.size() > 1 && hint[1] == ':') {
     directory = 2;  // the drive's current directory
   }
-  return std::string(hint.substr(0, directory)) + kLibrary;
+  PlainMemory<char> path(plainMemory<char>(directory + sizeof kLibrary));
+  if (path != nullptr) {
+    std::memcpy(path.get(), hint.data(), directory);
+    std::memcpy(path.get() + directory, kLibrary, sizeof kLibrary);
+  }
+  return path;
 }
 
 }  // namespace quorvel

@@ -5,10 +5,10 @@
 #define QUORVEL_RUNTIME_GPU_LOADER_H_
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 #include "runtime/module_loader.h"
+#include "runtime/plain_memory.h"
 
 // The convention that the decorated names announce: the called function takes its arguments off the stack. Only 32-bit
 // Windows has a choice.
@@ -38,8 +38,9 @@ extern GpuLibrary gpuLibrary;
 // library is unloaded.
 void registerCollectorRelease(DeleteCollector release);
 
-// Where the hint says that the library is: the hint's drive and directory, and the library's file name.
-std::string hintedLibrary(std::string_view hint, const PathRules& rules);
+// Where the hint says that the library is: the hint's drive and directory, and the library's file name. Null where
+// there is no memory for it.
+PlainMemory<char> hintedLibrary(std::string_view hint, const PathRules& rules);
 
 }  // namespace quorvel
 

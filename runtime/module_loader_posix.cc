@@ -2,8 +2,6 @@
 // Dynamic libraries on POSIX systems.
 #include <dlfcn.h>
 
-#include <string>
-
 #include "runtime/module_loader.h"
 
 namespace quorvel {
@@ -15,8 +13,9 @@ EntryPoint findEntryPoint(Module module, const char* decoratedName) {
   void* found = dlsym(module, decoratedName);
   if (found == nullptr) {
     const std::string_view decorated = decoratedName;
-    const std::string plain(decorated.substr(1, decorated.find('@') - 1));
-    found = dlsym(module, plain.c_str());
+    char plain[64] = {};  // all that the library asks for are shorter
+    decorated.substr(1, decorated.find('@') - 1).copy(plain, sizeof plain - 1);
+    found = dlsym(module, plain);
   }
   return reinterpret_cast<EntryPoint>(found);
 }

@@ -3,6 +3,7 @@
 #include "runtime/timing.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 
 #include "quorvel/runtime.h"
@@ -10,35 +11,51 @@
 
 namespace {
 
-// Set once on first use, unlocked: every thread computes the same value.
-std::int32_t millisecondDivisor = 0;
-std::uint64_t microsecondFactor = 0;
+// Set once on first use, unlocked and relaxed: every thread computes the same value. Of two that set the base of waits
+// at once each may keep its own for that one wait, which is as long either way.
+std::atomic<std::int32_t> millisecondDivisor{0};
+std::atomic<std::uint64_t> microsecondFactor{0};
 constexpr std::uint32_t kNoBaseYet = std::numeric_limits<std::uint32_t>::max();
-std::uint32_t delayBase = kNoBaseYet;
+std::atomic<std::uint32_t> delayBase{kNoBaseYet};
+static_assert(decltype(microsecondFactor)::is_always_lock_free);
+
+// What the cell holds, after storing what `compute` gives if it holds `none`.
+template <typename T, typename Compute>
+T onceSet(std::atomic<T>& cell, T none, Compute compute) {
+  T value = cell.load(std::memory_order_relaxed);
+  if (value == none) {
+    value = compute();
+    cell.store(value, std::memory_order_relaxed);
+  }
+  return value;
+}
 
 }  // namespace
 
 unsigned timeMS() {
   // 8 x 125 = 1000: counter x 1000 / frequency, without the overflow of the larger product.
-  if (millisecondDivisor == 0) millisecondDivisor = static_cast<std::int32_t>(quorvel::performanceFrequency() / 125);
-  return static_cast<unsigned>(quorvel::performanceCounter() * 8 / millisecondDivisor);
+  const std::int32_t divisor =
+      onceSet(millisecondDivisor, 0, [] { return static_cast<std::int32_t>(quorvel::performanceFrequency() / 125); });
+  return static_cast<unsigned>(quorvel::performanceCounter() * 8 / divisor);
 }
 
 unsigned timeMks() {
   constexpr std::int64_t kMicrosecondsIn20Bits = std::int64_t{1'000'000} << 20;
-  if (microsecondFactor == 0) {
-    microsecondFactor = static_cast<std::uint64_t>(kMicrosecondsIn20Bits / quorvel::performanceFrequency());
-  }
-  return static_cast<unsigned>(static_cast<std::uint64_t>(quorvel::performanceCounter()) * microsecondFactor >> 20);
+  const std::uint64_t factor = onceSet(microsecondFactor, std::uint64_t{0}, [] {
+    return static_cast<std::uint64_t>(kMicrosecondsIn20Bits / quorvel::performanceFrequency());
+  });
+  return static_cast<unsigned>(static_cast<std::uint64_t>(quorvel::performanceCounter()) * factor >> 20);
 }
 
 unsigned timeCounter() { return static_cast<unsigned>(quorvel::performanceCounter() >> 4); }
 
 void delayMsek(int ms) {
-  if (delayBase == kNoBaseYet) delayBase = timeMS();
-  // Times are taken relative to the base, so that a wrap of the millisecond count during the wait does no harm.
-  const std::uint32_t target = static_cast<std::uint32_t>(ms) - delayBase + timeMS();
-  while (timeMS() - delayBase < target) {
+  const std::uint32_t base = onceSet(delayBase, kNoBaseYet, timeMS);
+  // Times are taken relative to the base: the millisecond count may wrap during the wait, the time since the base may
+  // not. Where that does, after 49.7 days, or where a negative wait takes the target below 0, the comparison is with a
+  // target on the other side of the wrap; the header says what a host then sees.
+  const std::uint32_t target = static_cast<std::uint32_t>(ms) - base + timeMS();
+  while (timeMS() - base < target) {
   }
 }
 

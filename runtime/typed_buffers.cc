@@ -3,26 +3,42 @@
 #define QUORVEL_TYPED_BUFFERS_DEFINED_HERE
 #include "quorvel/typed_buffers.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <limits>
-#include <new>
-#include <type_traits>
+
+#include "runtime/plain_memory.h"
+
+namespace {
+
+// More elements, of any of the three types, than can be had.
+constexpr unsigned kImpossible = std::numeric_limits<std::uint32_t>::max();
+
+// A product that 32 bits lose would give a block whose elements lie outside its memory.
+unsigned countOf(unsigned nx, unsigned ny, unsigned nz) {
+  const std::uint64_t plane = std::uint64_t{nx} * ny;
+  return nz == 0 || plane <= kImpossible / nz ? static_cast<unsigned>(plane * nz) : kImpossible;
+}
+
+}  // namespace
+
+template <typename T>
+TMemAlloc<T>::TMemAlloc() = default;
+
+template <typename T>
+TMemAlloc<T>& TMemAlloc<T>::operator=(const TMemAlloc&) {
+  return *this;
+}
 
 template <typename T>
 T* TMemAlloc<T>::alloc(unsigned n) {
-  static_assert(std::is_trivial_v<T>);
-  // More than an object may hold would be refused with an exception.
-  constexpr std::size_t kMost =
-      std::min<std::size_t>(std::numeric_limits<std::uint32_t>::max(), std::numeric_limits<std::ptrdiff_t>::max());
-  if (n == 0 || n > kMost / sizeof(T)) return nullptr;
-  return new (std::nothrow) T[n];
+  constexpr unsigned kMost = std::numeric_limits<std::uint32_t>::max() / sizeof(T);
+  return n <= kMost ? quorvel::plainMemory<T>(n) : nullptr;
 }
 
 template <typename T>
 void TMemAlloc<T>::free(T* p) {
-  delete[] p;
+  quorvel::FreeMemory()(p);
 }
 
 template <typename T>
@@ -38,6 +54,9 @@ template <typename T>
 TPtrAlloc<T>::TPtrAlloc(unsigned count) : TPtrAlloc() {
   alloc(count);
 }
+
+template <typename T>
+TPtrAlloc<T>::TPtrAlloc(int count) : TPtrAlloc(static_cast<unsigned>(count)) {}
 
 template <typename T>
 TPtrAlloc<T>::TPtrAlloc(float) {}
@@ -208,13 +227,13 @@ TPtrAllocXYZ<T>::TPtrAllocXYZ(int x, int y, int z) : TPtrAllocXYZ() {
 template <typename T>
 T* TPtrAllocXYZ<T>::alloc(unsigned x, unsigned y, unsigned z) {
   nx = x, ny = y, nz = z;
-  return alloc(getNXYZ());
+  return alloc(countOf(x, y, z));
 }
 
 template <typename T>
 T* TPtrAllocXYZ<T>::realloc(unsigned x, unsigned y, unsigned z) {
   nx = x, ny = y, nz = z;
-  return realloc(getNXYZ());
+  return realloc(countOf(x, y, z));
 }
 
 template <typename T>

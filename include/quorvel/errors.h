@@ -4,8 +4,9 @@
 ///
 /// Pixel routines never throw: they answer with a status that the comment of each explains. Numerical routines throw
 /// `CImgErrorText`, and, from the inner steps that a host may call by itself, `CMatErrorM`. Both are plain values,
-/// thrown and copied as such. `docs/errors.md` has every code with its texts. Russian texts are zero-terminated single
-/// bytes in the Windows-1251 code page.
+/// thrown and copied as such. On 32-bit Windows no host can catch what the library, as it is packaged, throws; "C++
+/// exceptions" in `docs/windows.md` says why, and what to call instead. `docs/errors.md` has every code with its texts.
+/// Russian texts are zero-terminated single bytes in the Windows-1251 code page.
 #ifndef QUORVEL_ERRORS_H_
 #define QUORVEL_ERRORS_H_
 

@@ -21,9 +21,8 @@ extern "C" {
 ///
 /// Returns 0, or with nothing written, the first of these that holds:
 /// -1 the tile begins left of the raster (x < 0); -2 above it (y < 0); -4 ends right of it (x + width > dstWidth);
-/// -5 ends below it (y + height > dstHeight). -3, the library's word for a processor without a suitable unit, is never
-/// given: every processor copies. A call that is not refused asks `isCommonEMMX`, whose answer is remembered from then
-/// on.
+/// -5 ends below it (y + height > dstHeight). There is no -3, elsewhere the word for an unhandled method. A call that
+/// is not refused asks `isCommonEMMX`, whose answer is remembered from then on.
 ///
 /// While `ignoreError` is set, -4 is not tested and whole rows are copied, from the first row to the last. The caller
 /// then guarantees that the memory of `dst` reaches from its start to sample (y + height - 1) * dstPitch + x + width;
@@ -126,7 +125,9 @@ QUORVEL_API void doNearestNeiborhoodCC();
 /// Fills the table of the sixteen-tap kernel with cubic convolution that depends on direction. A sample at distance r
 /// and at (dx, dy) from the position gets K(a, r) in the direction of rows and K(b, r) in that of columns, blended by
 /// dx : dy; K(c, r) is the kernel of cubic convolution with its parameter c. The sixteen weights are then divided by
-/// their sum. Until a generator is called, the table is that of a = b = -0.5.
+/// their sum. Until a generator is called, the table is that of a = b = -0.5. A weight has the room for 2 - 1/16384:
+/// parameters from about -0.87 upwards keep all within it; of stronger ones the largest weights are limited, which
+/// darkens, and below -1.5 the sums of 16-bit samples no longer fit 32 bits.
 QUORVEL_API void genParaboloicWeightTableXY(double a, double b);
 /// The same with the directions of the blend exchanged, for frames whose motion was compensated along their columns.
 QUORVEL_API void genParaboloicWeightTable_MoveCompensXY(double a, double b);
@@ -151,9 +152,9 @@ QUORVEL_API void GenParaboloicWeightTable();
 /// Pixel i of output row j is read at X = 4096 * x + j * dxRow + i * (dxColumn + j * ddx) and Y likewise: a mapping
 /// that is bilinear in the output's columns and rows. `x` and `y` are in 1/16 pixel, all steps 16.16.
 ///
-/// `srcPitch` is in bytes, a multiple of 8 below 8 * 32768. `srcRows`, where positive, is a power of two and makes the
-/// source a ring of that many rows; otherwise rows are numbered from the source pointer, with a sign, and so are
-/// columns. `dstPitch` is in bytes for 8-bit output and in samples for 16-bit output. Nothing outside the
+/// `srcPitch` is in bytes, a multiple of 8 below 8 * 32768. `srcRows`, where positive, is a power of two up to 32768
+/// and makes the source a ring of that many rows; otherwise rows are numbered from the source pointer, with a sign, and
+/// so are columns. `dstPitch` is in bytes for 8-bit output and in samples for 16-bit output. Nothing outside the
 /// neighbourhoods is used, and the caller sees to it that they are in the source: for bilinear methods one sample right
 /// of and one below each position, for six samples two and two, for all others one left and above, two right and below.
 /// 16-bit source samples are signed words, and so below 32768. Source and destination must not overlap.
@@ -187,8 +188,8 @@ struct GroupEl {
   unsigned count;              ///< output pixels; 0 once they are made
 };
 
-/// Bilinear as `GeoLn` does it, for samples below 16384. Where y changes by less than an eighth of a pixel over a row,
-/// the row is made at the y of its first pixel.
+/// Bilinear as `GeoLn` does it, for samples below 16384. Where y changes by no more than an eighth of a pixel over a
+/// row, the row is made at the y of its first pixel.
 QUORVEL_API int GeoQGamma16_8MMX(const std::uint16_t* src, int x, int y, int dxColumn, int dyColumn, int dxRow,
                                  int dyRow, int ddx, int ddy, unsigned srcPitch, int srcRows, std::uint8_t* dst,
                                  unsigned width, int rows, int dstPitch, const std::uint8_t* table);

@@ -20,15 +20,15 @@ class TMatrix {
   TMatrix& operator=(const TMatrix& other);
   ~TMatrix();
 
-  /// Gives the matrix a new shape, all elements 0.
+  /// Gives the matrix a new shape, all elements 0. Without elements both counts are 0, whatever was asked for.
   void resize(unsigned columns, unsigned rows);
 
-  unsigned columns() const { return columns_; }
-  unsigned rows() const { return rows_; }
-  T* row(unsigned r) { return elements_ + std::size_t{r} * columns_; }
-  const T* row(unsigned r) const { return elements_ + std::size_t{r} * columns_; }
-  T* data() { return elements_; }
-  const T* data() const { return elements_; }
+  QUORVEL_INLINE unsigned columns() const { return columns_; }
+  QUORVEL_INLINE unsigned rows() const { return rows_; }
+  QUORVEL_INLINE T* row(unsigned r) { return elements_ + std::size_t{r} * columns_; }
+  QUORVEL_INLINE const T* row(unsigned r) const { return elements_ + std::size_t{r} * columns_; }
+  QUORVEL_INLINE T* data() { return elements_; }
+  QUORVEL_INLINE const T* data() const { return elements_; }
 
  private:
   T* elements_ = nullptr;
@@ -48,14 +48,16 @@ class TCubeI16 {
   ~TCubeI16();
 
   /// The three values of a cell; c0 varies fastest in memory.
-  std::int16_t* cell(unsigned c0, unsigned c1, unsigned c2) { return values_ + index(c0, c1, c2); }
-  const std::int16_t* cell(unsigned c0, unsigned c1, unsigned c2) const { return values_ + index(c0, c1, c2); }
+  QUORVEL_INLINE std::int16_t* cell(unsigned c0, unsigned c1, unsigned c2) { return values_ + index(c0, c1, c2); }
+  QUORVEL_INLINE const std::int16_t* cell(unsigned c0, unsigned c1, unsigned c2) const {
+    return values_ + index(c0, c1, c2);
+  }
   /// 3 * kCells values.
-  std::int16_t* data() { return values_; }
-  const std::int16_t* data() const { return values_; }
+  QUORVEL_INLINE std::int16_t* data() { return values_; }
+  QUORVEL_INLINE const std::int16_t* data() const { return values_; }
 
  private:
-  static std::size_t index(unsigned c0, unsigned c1, unsigned c2) {
+  QUORVEL_INLINE static std::size_t index(unsigned c0, unsigned c1, unsigned c2) {
     return 3 * (c0 + kLevels * (c1 + std::size_t{kLevels} * c2));
   }
 

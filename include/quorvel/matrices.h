@@ -24,16 +24,16 @@ class TDenseMatrix {
   /// Gives the matrix a new shape, all elements 0.
   void resize(int rowCount, int columnCount);
 
-  T& operator()(int row, int column) { return elements_[at(row, column)]; }
-  const T& operator()(int row, int column) const { return elements_[at(row, column)]; }
-  T* data() { return elements_; }
-  const T* data() const { return elements_; }
-  std::size_t size() const { return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns); }
+  QUORVEL_INLINE T& operator()(int row, int column) { return elements_[at(row, column)]; }
+  QUORVEL_INLINE const T& operator()(int row, int column) const { return elements_[at(row, column)]; }
+  QUORVEL_INLINE T* data() { return elements_; }
+  QUORVEL_INLINE const T* data() const { return elements_; }
+  QUORVEL_INLINE std::size_t size() const { return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns); }
 
   int rows = 0, columns = 0;
 
  private:
-  std::size_t at(int row, int column) const {
+  QUORVEL_INLINE std::size_t at(int row, int column) const {
     return static_cast<std::size_t>(column) * static_cast<std::size_t>(rows) + static_cast<std::size_t>(row);
   }
 

@@ -6,8 +6,8 @@
 /// remember their answer for the life of the process. No function here takes a lock; two threads that fill a cache at
 /// once store the same value.
 ///
-/// On processors other than x86 the MMX, EMMX, SSE and SSE2 queries answer 1, because the kernels of those names exist
-/// there; every other query answers 0.
+/// On processors other than x86 `isMMX`, `isEMMX`, `isCommonEMMX`, `isSSE` and `isSSE2` answer 1, because the kernels
+/// of those names exist there, and so does `isExtMMX`, which has nothing to execute; every other query answers 0.
 #ifndef QUORVEL_RUNTIME_H_
 #define QUORVEL_RUNTIME_H_
 
@@ -44,8 +44,8 @@ QUORVEL_API int isSSE();
 QUORVEL_API int isSSE2();
 /// The MMX extensions of leaf 0x80000001, EDX bit 22, as the masked bit itself: 0x400000 or 0; remembered.
 QUORVEL_API int isEMMXamd();
-/// `isEMMXamd`, or else `isEMMX`; remembered. The transform room reads this remembered answer, see
-/// `quorvel::capabilityCells`.
+/// `isEMMXamd`, or else `isEMMX`; remembered. The forward transforms read this remembered answer without asking, see
+/// `calcFDCT16_bq` in `quorvel/codec.h`.
 QUORVEL_API int isCommonEMMX();
 /// Leaf 0x80000001, EDX bit 31, on processors that are not "GenuineIntel"; remembered.
 QUORVEL_API int is3DNow();
@@ -77,7 +77,11 @@ QUORVEL_API unsigned timeMS();
 QUORVEL_API unsigned timeMks();
 /// The performance counter divided by 16, modulo 2^32.
 QUORVEL_API unsigned timeCounter();
-/// Waits `ms` milliseconds by polling `timeMS`, without sleeping or yielding.
+/// Waits `ms` milliseconds by polling `timeMS`, without sleeping or yielding. Times are counted modulo 2^32 ms, about
+/// 49.7 days, from the process's first call of this function. Hence two traps: a negative `ms` returns at once only
+/// where as much time has passed since the first call, and else waits 2^32 + `ms` milliseconds, about 49.7 days; and in
+/// a process that lives beyond 49.7 days a wait over the end of such a period returns at once, while one that ends in
+/// its last milliseconds can miss the moment and poll on for another period.
 QUORVEL_API void delayMsek(int ms);
 /// Estimates the processor's clock in MHz from timed runs of about 100000 dependent increments; the largest of five
 /// estimates. Takes a little over 50 milliseconds.

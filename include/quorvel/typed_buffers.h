@@ -16,8 +16,8 @@
 template <typename T>
 class TMemAlloc {
  public:
-  TMemAlloc() {}
-  TMemAlloc& operator=(const TMemAlloc&) { return *this; }
+  TMemAlloc();
+  TMemAlloc& operator=(const TMemAlloc& other);
 
   /// An uninitialised array of `n` elements; null for n = 0, where memory cannot be had, and for a count whose size in
   /// bytes does not fit 32 bits.
@@ -40,7 +40,7 @@ class TPtrAlloc {
   TPtrAlloc();
   /// Allocates `n` elements, none for 0.
   explicit TPtrAlloc(unsigned n);
-  explicit TPtrAlloc(int count) : TPtrAlloc(static_cast<unsigned>(count)) {}
+  explicit TPtrAlloc(int n);
   /// Initialises nothing at all: for an object laid over memory that already holds one.
   explicit TPtrAlloc(float);
   TPtrAlloc(const TPtrAlloc&) = delete;
@@ -114,7 +114,8 @@ class TPtrAllocXYZ : public TPtrAlloc<T> {
 
   using TPtrAlloc<T>::alloc;
   using TPtrAlloc<T>::realloc;
-  /// Sets the dimensions, then as `alloc(nx * ny * nz)`.
+  /// Sets the dimensions, then as `alloc(nx * ny * nz)`. A product that does not fit 32 bits is a count that cannot be
+  /// had, 0xFFFFFFFF; so it is for the constructor and for `realloc` as well.
   T* alloc(unsigned nx, unsigned ny, unsigned nz);
   /// Sets the dimensions, then as `realloc(nx * ny * nz)`.
   T* realloc(unsigned nx, unsigned ny, unsigned nz);

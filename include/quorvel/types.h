@@ -22,6 +22,10 @@
 #define QUORVEL_API __attribute__((visibility("default")))
 #endif
 
+// For the short members of exported templates that hosts call for every element. Hosts emit no code of such templates,
+// and a DLL exports no code that is inline: what is inline has to be so in hosts that do not optimise, too.
+#define QUORVEL_INLINE [[gnu::always_inline]]
+
 /// A point of two coordinates, passed by value or by pointer.
 template <typename T>
 struct TPoInt {

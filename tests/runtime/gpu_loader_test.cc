@@ -95,8 +95,8 @@ TEST(GpuPath, TakesTheDriveAndTheDirectoryOfTheHint) {
       {"D:host.exe", "D:Ferrox.dll", "Ferrox.dll"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(hintedLibrary(c.hint, kWindowsPaths), c.onWindows);
-    EXPECT_EQ(hintedLibrary(c.hint, kPosixPaths), c.elsewhere);
+    EXPECT_STREQ(hintedLibrary(c.hint, kWindowsPaths).get(), c.onWindows);
+    EXPECT_STREQ(hintedLibrary(c.hint, kPosixPaths).get(), c.elsewhere);
   }
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <array>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <tuple>
 #include <vector>
@@ -66,12 +65,13 @@ TYPED_TEST(TypedBuffer, BorrowedMemoryIsNeitherReplacedNorReleased) {
   callers[9] = T{};  // still the caller's: the sanitizers see a release
 
   TPtrAlloc<T> b(5);
-  std::unique_ptr<T[]> takenOver(b.get());
+  T* const takenOver = b.get();
   b.freeDisable();
   b.free();
-  EXPECT_EQ(b.realloc(5), takenOver.get());
+  EXPECT_EQ(b.realloc(5), takenOver);
   b.clrExternalMemory2();
   EXPECT_EQ(stateOf(b), state(0, 0, 0, static_cast<T*>(nullptr)));
+  TMemAlloc<T>().free(takenOver);
   T* const own = b.alloc(3);
   b.clrExternalMemory2();
   EXPECT_EQ(stateOf(b), state(3, 3, 0, own)) << "only a borrowing buffer forgets";
@@ -93,6 +93,11 @@ TYPED_TEST(TypedBuffer, AllocationFailureLeavesNullAndTheCounts) {
   EXPECT_EQ(b.alloc(tooMany), nullptr);
   EXPECT_EQ(b.total(), tooMany);
   b.zero();  // nothing there: nothing happens
+
+  TPtrAllocXYZ<TypeParam> block(2, 2, 2);
+  EXPECT_EQ(block.realloc(65537, 65536, 1), nullptr) << "not the 65536 elements that 32 bits leave of the product";
+  EXPECT_EQ(block.alloc(65536, 65536, 2), nullptr) << "nor the 0";
+  EXPECT_EQ(block.getNX(), 65536u);
 }
 
 TYPED_TEST(TypedBuffer, InertConstructorAndShallowAssignment) {
