@@ -47,15 +47,33 @@ Json transformOf(Model model, const Coefficients& c) {
   return json;
 }
 
-Json qualityOf(const Quality& q) {
-  const auto outliers = std::count(q.outliers.begin(), q.outliers.end(), true);
-  return {{"points", q.residuals.size()}, {"used", q.used},   {"outliers", outliers},       {"rms", q.rms},
-          {"largest", q.largest},         {"sigma", q.sigma}, {"redundancy", q.redundancy}, {"rounds", q.rounds}};
+constexpr const char* kNoRedundancy = "no point more than the model needs: errors cannot show";
+
+// Deviations of 0 would say that all is exact: without redundancy nothing is known of them.
+void addSigma(Json& json, const Quality& q) {
+  if (q.redundancy > 0) {
+    json["sigma"] = q.sigma;
+  } else {
+    json["note"] = kNoRedundancy;
+  }
 }
 
+Json qualityOf(const Quality& q) {
+  const auto outliers = std::count(q.outliers.begin(), q.outliers.end(), true);
+  Json json = {
+      {"points", q.residuals.size()}, {"used", q.used}, {"outliers", outliers}, {"rms", q.rms}, {"largest", q.largest}};
+  addSigma(json, q);
+  json["redundancy"] = q.redundancy;
+  json["rounds"] = q.rounds;
+  return json;
+}
+
+// One line; names in it may be of any bytes.
+std::string dumped(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
 void printQuality(const Arguments& a, std::string_view what, const Quality& q, const std::vector<Listed>& listed) {
-  fmt::print("{}: {}, {} of {} points, rms {:.4g} px, largest {:.4g} px, sigma {:.4g} px\n", a.points, what, q.used,
-             q.residuals.size(), q.rms, q.largest, q.sigma);
+  fmt::print("{}: {}, {} of {} points, rms {:.4g} px, largest {:.4g} px{}\n", a.points, what, q.used,
+             q.residuals.size(), q.rms, q.largest, q.redundancy > 0 ? fmt::format(", sigma {:.4g} px", q.sigma) : "");
   constexpr std::size_t kShown = 10;
   std::size_t outliers = 0;
   for (std::size_t i = 0; i < listed.size(); ++i) {
@@ -69,7 +87,7 @@ void printQuality(const Arguments& a, std::string_view what, const Quality& q, c
     fmt::print("  compared: line {}, {}: {:.2f}, {:.2f} px off\n", listed[i].line, listed[i].place, q.residuals[i].x,
                q.residuals[i].y);
   }
-  if (q.redundancy <= 0) fmt::print("  no point more than the model needs: errors cannot show\n");
+  if (q.redundancy <= 0) fmt::print("  {}, and deviations are not known\n", kNoRedundancy);
 }
 
 void printCoefficients(const Coefficients& c) {
@@ -136,7 +154,7 @@ int fitPoints(const Arguments& a, Model model) {
   if (a.json) {
     file["output"] = a.output;
     file["residuals"] = residuals;
-    fmt::print("{}\n", file.dump());
+    fmt::print("{}\n", dumped(file));
     return kDone;
   }
   printQuality(a, nameOf(model), q, listed);
@@ -156,7 +174,8 @@ int fitPhotos(const Arguments& a) {
   std::size_t reference = 0;
   if (!a.reference.empty()) {
     const auto found = std::find(sightings.photos.begin(), sightings.photos.end(), a.reference);
-    if (found == sightings.photos.end()) throw DataError(a.points, fmt::format("has no photo '{}'", a.reference));
+    if (found == sightings.photos.end())
+      throw DataError(a.points, fmt::format("has no photo '{}'", shown(a.reference)));
     reference = static_cast<std::size_t>(found - sightings.photos.begin());
   }
   for (const auto& photo : sightings.photos) {
@@ -178,7 +197,7 @@ int fitPhotos(const Arguments& a) {
     const Sighting& s = sightings.all[block.tied[t]];
     const std::string &photo = sightings.photos[s.photo], &point = sightings.points[s.point];
     marks.push_back({block.places[s.point], q.residuals[t], s.photo, q.weights[t] > 0, q.outliers[t]});
-    listed.push_back({s.line, fmt::format("'{}' in '{}'", point, photo)});
+    listed.push_back({s.line, fmt::format("'{}' in '{}'", shown(point), photo)});
     residuals.push_back({{"line", s.line},
                          {"photo", photo},
                          {"point", point},
@@ -194,8 +213,8 @@ int fitPhotos(const Arguments& a) {
                      {"reference", block.photos[reference].name},
                      {"used", photo.used},
                      {"outliers", photo.outliers},
-                     {"rms", photo.rms},
-                     {"sigma", q.sigma}});
+                     {"rms", photo.rms}});
+    addSigma(json, q);
     outputs.text(file, json.dump(1) + "\n");
     json["output"] = file.string();
     photos.push_back(json);
@@ -208,7 +227,7 @@ int fitPhotos(const Arguments& a) {
     json.update(qualityOf(q));
     json["photos"] = photos;
     json["residuals"] = residuals;
-    fmt::print("{}\n", json.dump());
+    fmt::print("{}\n", dumped(json));
     return kDone;
   }
   printQuality(a, what, q, listed);

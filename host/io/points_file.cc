@@ -16,11 +16,28 @@ namespace {
 constexpr double kMost = 1e6;               // places and weights beyond are mistakes
 constexpr std::size_t kMostLines = 100000;  // more would not make a fit better, but slow
 constexpr std::size_t kLongestName = 100;
+constexpr int kMostShown = 40;  // characters
 
 std::string_view trimmed(std::string_view text) {
   const auto from = text.find_first_not_of(" \t");
   return from == std::string_view::npos ? std::string_view()
                                         : text.substr(from, text.find_last_not_of(" \t") + 1 - from);
+}
+
+// The length of the character of UTF-8 that the text begins with; 0 where that is none, or one that controls.
+std::size_t characterLength(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
+  const unsigned first = byte(0);
+  if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
+  const std::size_t length = first >= 0xC2 && first < 0xE0   ? 2
+                             : first >= 0xE0 && first < 0xF0 ? 3
+                             : first < 0xF5                  ? 4
+                                                             : 0;
+  if (first < 0xC2) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  }
+  return first == 0xC2 && byte(1) < 0xA0 ? 0 : length;
 }
 
 // A line of the file and its fields.
@@ -52,7 +69,7 @@ class Row {
 
   double number(std::size_t i, double low = -kMost) const {
     const auto value = parseNumber<double>(fields_[i], low, kMost);
-    if (!value) refuse(fmt::format("'{}' is not a number from {} to {}", fields_[i], low, kMost));
+    if (!value) refuse(fmt::format("'{}' is not a number from {} to {}", shown(fields_[i]), low, kMost));
     return *value;
   }
   Place place(std::size_t i) const {
@@ -125,7 +142,7 @@ void requireFileName(const Row& row, std::string_view name) {
   constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.";
   if (name.empty() || name.size() > kLongestName || name.front() == '.' || name.back() == '.' ||
       name.find_first_not_of(kLetters) != std::string_view::npos) {
-    row.refuse(fmt::format("'{}' cannot name a photo: letters, digits, '-', '_' and '.' within do", name));
+    row.refuse(fmt::format("'{}' cannot name a photo: letters, digits, '-', '_' and '.' within do", shown(name)));
   }
 }
 
@@ -139,6 +156,21 @@ std::size_t indexOf(std::map<std::string, std::size_t, std::less<>>& known, std:
 }
 
 }  // namespace
+
+std::string shown(std::string_view text) {
+  std::string result;
+  for (int i = 0; !text.empty(); ++i) {
+    if (i == kMostShown) return result + "...";
+    const std::size_t length = characterLength(text);
+    if (length == 0) {
+      result += fmt::format("\\x{:02X}", static_cast<unsigned char>(text.front()));
+    } else {
+      result += text.substr(0, length);
+    }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
+}
 
 std::vector<TiePoint> readTiePoints(const fs::path& file) {
   std::vector<TiePoint> points;

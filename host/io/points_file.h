@@ -4,6 +4,7 @@
 #define QUORVEL_HOST_IO_POINTS_FILE_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/io/files.h"
@@ -34,6 +35,9 @@ struct Sightings {
 // or what an earlier line has measured already.
 std::vector<TiePoint> readTiePoints(const fs::path& file);
 Sightings readSightings(const fs::path& file);
+
+// Text of a file as messages show it: no longer than a line, and without anything that a terminal would obey.
+std::string shown(std::string_view text);
 
 }  // namespace quorvel::host
 

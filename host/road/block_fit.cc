@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kPhotoUnknowns = 6, kPointUnknowns = 2;
 constexpr std::size_t kFewestShared = 3;
 
-class BlockFitter {
+class BlockFitter final : public Adjustment {
  public:
   BlockFitter(const Sightings& sightings, std::size_t reference) : s_(sightings), reference_(reference) {
     std::vector<std::size_t> seen(s_.points.size()), shared(s_.photos.size());
@@ -37,15 +37,31 @@ class BlockFitter {
   }
 
   const std::vector<std::size_t>& tied() const { return tied_; }
-  std::size_t count() const { return x_.size(); }
 
-  std::vector<Place> fit(const std::vector<double>& weights) {
-    std::vector<bool> weighty(s_.points.size(), false);
-    for (std::size_t t = 0; t < tied_.size(); ++t) {
-      if (weights[t] > 0) weighty[sighting(t).point] = true;
+  // Points without a weight are unknowns that are held, not found.
+  int redundancy(const std::vector<double>& weights) const override {
+    const auto used = std::count_if(weights.begin(), weights.end(), [](double w) { return w > 0; });
+    const std::vector<bool> found = weighty(weights);
+    const auto unknowns = kPhotoUnknowns * (s_.photos.size() - 1) +
+                          kPointUnknowns * static_cast<std::size_t>(std::count(found.begin(), found.end(), true));
+    return static_cast<int>(2 * used) - static_cast<int>(unknowns);
+  }
+
+  // Rough fits go a step further from the one before: the next weights change more than another step would.
+  std::vector<Place> fit(const std::vector<double>& weights, bool rough) override {
+    const std::vector<bool> found = weighty(weights);
+    if (!rough || !started_) start(weights, found);
+    started_ = true;
+    if (rough) {
+      sMatrixList list;
+      linearise(x_.data(), weights, found, list);
+      std::vector<double> step(count());
+      const int code = list.calcResult(step.data());
+      if (code != 0) throw FitError("the points hardly determine the model", static_cast<matErrorCode>(code));
+      for (std::size_t i = 0; i < step.size(); ++i) x_[i] += step[i];
+    } else {
+      iterate(x_, [&](const double* x, sMatrixList& list) { linearise(x, weights, found, list); });
     }
-    start(weights, weighty);
-    iterate(x_, [&](const double* x, sMatrixList& list) { linearise(x, weights, weighty, list); });
     std::vector<Place> residuals;
     for (std::size_t t = 0; t < tied_.size(); ++t) {
       const Place r = difference(x_.data(), t);
@@ -62,15 +78,17 @@ class BlockFitter {
       const std::size_t at = pointAt_[p];
       block.places.push_back(at == kNone ? Place{0, 0} : outer(reference_, {x_[at], x_[at + 1]}));
     }
-    adjustRedundancy(quality);
     const std::size_t n = kPhotoUnknowns * (s_.photos.size() - 1);
-    const std::vector<double> inverse = inverseNormal(withoutPoints(quality.weights));
+    std::vector<double> inverse;
+    if (quality.redundancy > 0) inverse = inverseNormal(withoutPoints(quality.weights));
     const double inner = quality.sigma * scale_;
     for (std::size_t k = 0; k < s_.photos.size(); ++k) {
       Block::Photo photo = {s_.photos[k], {{1, 0, 0, 0, 1, 0}, {}}, 0, 0, 0};
       const std::size_t at = photoAt_[k];
       if (at != kNone) {
         photo.coefficients.values = outer(k, &x_[at], true);
+      }
+      if (at != kNone && !inverse.empty()) {
         std::vector<double> matrix(kPhotoUnknowns * kPhotoUnknowns), own;
         for (std::size_t j = 0; j < kPhotoUnknowns; ++j) {
           std::array<double, kPhotoUnknowns> unit{};
@@ -100,7 +118,17 @@ class BlockFitter {
  private:
   static constexpr std::size_t kNone = ~std::size_t{0};
 
+  std::size_t count() const { return x_.size(); }
   const Sighting& sighting(std::size_t t) const { return s_.all[tied_[t]]; }
+
+  // The points that a sighting of some weight shows.
+  std::vector<bool> weighty(const std::vector<double>& weights) const {
+    std::vector<bool> weighty(s_.points.size(), false);
+    for (std::size_t t = 0; t < tied_.size(); ++t) {
+      if (weights[t] > 0) weighty[sighting(t).point] = true;
+    }
+    return weighty;
+  }
 
   void requireConnected() const {
     std::vector<std::size_t> parent(s_.photos.size()), first(s_.points.size(), kNone);
@@ -249,20 +277,21 @@ class BlockFitter {
     hold(weighty, list);
   }
 
-  // Equations in the photos' unknowns alone whose normal matrix is what elimination of the points leaves of the whole:
-  // those of a point less their projection on what the point itself can explain.
-  sMatrixList withoutPoints(const std::vector<double>& weights) const {
+  // The normal matrix of the photos' unknowns that elimination of the points leaves. Each point adds, for two photos
+  // that show it, the products of its place with itself times what the coordinates there have to do with each other:
+  // all of their weight, less what the point itself explains.
+  sMatrixD withoutPoints(const std::vector<double>& weights) const {
     std::vector<std::vector<std::size_t>> sightings(s_.points.size());
     for (std::size_t t = 0; t < tied_.size(); ++t) {
       if (weights[t] > 0) sightings[sighting(t).point].push_back(t);
     }
-    sMatrixList list;
-    list.createEquationList(static_cast<int>(kPhotoUnknowns * (s_.photos.size() - 1)),
-                            static_cast<int>(2 * tied_.size()));
+    const int n = static_cast<int>(kPhotoUnknowns * (s_.photos.size() - 1));
+    sMatrixD normal(n, n);
     for (std::size_t p = 0; p < sightings.size(); ++p) {
+      if (sightings[p].size() < 2) continue;  // which explain themselves
       struct Row {
         std::size_t unknown;  // the first of three
-        double root, x, y;    // what the equation weighs; coefficients of the point
+        double weight, x, y;  // coefficients of the point
       };
       std::vector<Row> rows;
       double xx = 0, xy = 0, yy = 0;
@@ -270,38 +299,27 @@ class BlockFitter {
         const auto m = photoNumbers(x_.data(), sighting(t).photo);
         const std::size_t photo = photoAt_[sighting(t).photo];
         for (std::size_t c = 0; c < 2; ++c) {
-          const double root = std::sqrt(weights[t]), x = root * m[3 * c], y = root * m[3 * c + 1];
-          rows.push_back({photo == kNone ? kNone : photo + 3 * c, root, x, y});
-          xx += x * x, xy += x * y, yy += y * y;
+          const double x = m[3 * c], y = m[3 * c + 1];
+          if (photo != kNone) rows.push_back({photo + 3 * c, weights[t], x, y});
+          xx += weights[t] * x * x, xy += weights[t] * x * y, yy += weights[t] * y * y;
         }
       }
       const double determinant = xx * yy - xy * xy;
       if (!(determinant > 0)) continue;
       const double at[3] = {x_[pointAt_[p]], x_[pointAt_[p] + 1], 1};
       for (const Row& r : rows) {
-        const int e = list.createEquation(0);
         for (const Row& s : rows) {
-          if (s.unknown == kNone) continue;
           const double explained = (r.x * (yy * s.x - xy * s.y) + r.y * (xx * s.y - xy * s.x)) / determinant;
-          const double share = ((&r == &s ? 1 : 0) - explained) * s.root;
-          for (std::size_t k = 0; k < 3; ++k) insert(list, e, s.unknown + k, share * at[k]);
+          const double share = r.weight * ((&r == &s ? 1 : 0) - explained * s.weight);
+          for (std::size_t k = 0; k < 3; ++k) {
+            for (std::size_t j = 0; j < 3; ++j) {
+              normal(static_cast<int>(s.unknown + j), static_cast<int>(r.unknown + k)) += share * at[k] * at[j];
+            }
+          }
         }
       }
     }
-    return list;
-  }
-
-  // Points without a weight are unknowns that are held, not found.
-  void adjustRedundancy(Quality& quality) const {
-    std::vector<bool> held(s_.points.size(), true);
-    for (std::size_t t = 0; t < tied_.size(); ++t) {
-      if (quality.weights[t] > 0) held[sighting(t).point] = false;
-    }
-    const int before = quality.redundancy;
-    for (std::size_t p = 0; p < held.size(); ++p) {
-      if (held[p] && pointAt_[p] != kNone) quality.redundancy += static_cast<int>(kPointUnknowns);
-    }
-    if (before > 0) quality.sigma *= std::sqrt(static_cast<double>(before) / quality.redundancy);
+    return normal;
   }
 
   const Sightings& s_;
@@ -310,6 +328,7 @@ class BlockFitter {
   std::vector<Place> centres_;
   double scale_ = 1;
   std::vector<double> x_;
+  bool started_ = false;
 };
 
 }  // namespace
@@ -317,8 +336,7 @@ class BlockFitter {
 Block fitBlock(const Sightings& sightings, std::size_t reference, const RobustSettings& settings) {
   if (sightings.photos.size() < 2) throw FitError("a block needs two photos at least");
   BlockFitter fitter(sightings, reference);
-  Quality quality = fitRobustly(std::vector<double>(fitter.tied().size(), 1.0), static_cast<int>(fitter.count()),
-                                settings, [&](const std::vector<double>& weights) { return fitter.fit(weights); });
+  Quality quality = fitRobustly(std::vector<double>(fitter.tied().size(), 1.0), settings, fitter);
   return fitter.result(std::move(quality));
 }
 

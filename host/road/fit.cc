@@ -4,6 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+#include <numeric>
+#include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -21,12 +25,24 @@ constexpr double kPivotCondition = 1e-12;
 constexpr double kTolerance = 1e-10;
 constexpr int kMostIterations = 50;
 
+// Of damped steps: what their corrections weigh beside the points, in the beginning and at most, and how it changes.
+constexpr double kFirstDamping = 1e-3, kMostDamping = 1e6, kDampingStep = 10;
+// Whole steps do the rest.
+constexpr double kRoughTolerance = 1e-5;
+
 // No measured place is better than this, in pixels. It keeps exact points from being told apart by rounding.
 constexpr double kFinest = 1e-3;
-constexpr double kHuber = 1.345;              // standard deviations that count in full
-constexpr double kMedianOfLengths = 1.17741;  // of two coordinates of standard deviation 1
+constexpr double kHuber = 1.345;  // standard deviations that count in full
 constexpr int kMostRounds = 30;
 constexpr double kSettled = 1e-3;  // change of a weight that ends the rounds
+
+// With one place to spare, an error shows in all residuals alike: it takes two to tell whose it is.
+constexpr int kTellsOutliers = 4;
+// Of so few places the deviation is so uncertain that a multiple of it does not make an outlier; but each can be left
+// out on trial.
+constexpr std::ptrdiff_t kFewPlaces = 40;
+// How often good points alone may lose one of them there, with the usual tuning.
+constexpr double kFalseAlarms = 0.01;
 
 // The process-wide thresholds, for the time of a fit.
 class Thresholds {
@@ -42,6 +58,18 @@ class Thresholds {
     setRankCondValue(-1);
   }
 };
+
+sMatrixD normalOf(const sMatrixList& equations) {
+  QSparseMatrix jacobian;
+  jacobian.convertFromJacobian(equations, nullptr);
+  sMatrixLD product;
+  jacobian.MulMatrT(product);
+  sMatrixD normal(product.rows, product.rows);
+  for (int i = 0; i < normal.rows; ++i) {
+    for (int j = 0; j < normal.rows; ++j) normal(i, j) = static_cast<double>(product(i, j));
+  }
+  return normal;
+}
 
 double length(Place p) { return std::hypot(p.x, p.y); }
 
@@ -64,7 +92,7 @@ double power(double base, int exponent) {
 }
 
 // One transformation and its unknowns, in inner coordinates on both sides.
-class Fitter {
+class Fitter final : public Adjustment {
  public:
   Fitter(const std::vector<TiePoint>& points, Model model)
       : points_(points), terms_(model == Model::Projective ? std::vector<Term>() : termsOf(model)) {
@@ -75,20 +103,16 @@ class Fitter {
 
   int count() const { return static_cast<int>(unknowns_.size()); }
 
-  std::vector<Place> fit(const std::vector<double>& weights) {
-    sMatrixList equations;
-    startEquations(weights, equations);
-    solveDirectly(equations);
-    if (terms_.empty()) {
-      iterate(unknowns_, [&](const double* h, sMatrixList& list) { projectiveEquations(h, weights, list); });
-      requireOneSide(weights);
-    }
+  int redundancy(const std::vector<double>& weights) const override {
+    const auto weighty = std::count_if(weights.begin(), weights.end(), [](double w) { return w > 0; });
+    return static_cast<int>(2 * weighty) - count();
+  }
+
+  std::vector<Place> fit(const std::vector<double>& weights, bool rough) override {
+    solveDirectly(weights);
+    if (terms_.empty()) refine(weights, rough);
     std::vector<Place> residuals;
-    for (const TiePoint& p : points_) {
-      const Place fitted = terms_.empty() ? projected(unknowns_.data(), output_.inner(p.output)) : sum(p.output);
-      const Place measured = source_.inner(p.source);
-      residuals.push_back({(measured.x - fitted.x) / source_.scale, (measured.y - fitted.y) / source_.scale});
-    }
+    for (std::size_t i = 0; i < points_.size(); ++i) residuals.push_back(residual(unknowns_.data(), i));
     return residuals;
   }
 
@@ -96,6 +120,7 @@ class Fitter {
     const std::size_t n = unknowns_.size();
     const std::vector<double> zero = outer(std::vector<double>(n, 0.0));
     Coefficients c = {outer(unknowns_), {}};
+    if (quality.redundancy <= 0) return c;
     // `outer` is linear, so that its matrix can be had column by column.
     std::vector<double> matrix(zero.size() * n);
     for (std::size_t j = 0; j < n; ++j) {
@@ -112,7 +137,7 @@ class Fitter {
     }
     // The equations are in inner coordinates: so is the deviation.
     const double inner = quality.sigma * source_.scale;
-    c.covariance = propagate(matrix, inverseNormal(equations), n, inner * inner);
+    c.covariance = propagate(matrix, inverseNormal(normalOf(equations)), n, inner * inner);
     return c;
   }
 
@@ -138,6 +163,13 @@ class Fitter {
   static Place projected(const double* h, Place p) {
     const double w = h[6] * p.x + h[7] * p.y + 1;
     return {(h[0] * p.x + h[1] * p.y + h[2]) / w, (h[3] * p.x + h[4] * p.y + h[5]) / w};
+  }
+
+  Place residual(const double* unknowns, std::size_t i) const {
+    const TiePoint& p = points_[i];
+    const Place fitted = terms_.empty() ? projected(unknowns, output_.inner(p.output)) : sum(p.output);
+    const Place measured = source_.inner(p.source);
+    return {(measured.x - fitted.x) / source_.scale, (measured.y - fitted.y) / source_.scale};
   }
 
   static void addEquation(sMatrixList& list, double constant, double weight, int first,
@@ -180,13 +212,18 @@ class Fitter {
   }
 
   // By singular values, which also tell whether there is a single solution.
-  void solveDirectly(const sMatrixList& equations) {
-    sMatrixD jacobian, constants, solution;
-    equations.convertToJacobian(&jacobian, &constants);
-    int deficit = 0;
-    const int info = solveLS_V(jacobian, constants, solution, deficit);
-    if (info != 0) throw FitError("the equations cannot be solved", matErrorNoSolution);
-    if (deficit > 0) {
+  void solveDirectly(const std::vector<double>& weights) {
+    sMatrixD solution;
+    if (deficit(weights, solution) > 0) {
+      // The places themselves, or what weights make of them?
+      std::vector<double> alike;
+      for (const double w : weights) alike.push_back(w > 0 ? 1 : 0);
+      if (deficit(alike, solution) == 0) {
+        throw FitError(
+            "the weights differ too much: without the points that count for nothing beside the heaviest, the rest do "
+            "not determine the model",
+            matErrorInfinitelyManySolutions);
+      }
       throw FitError(terms_.size() == 3 ? "the points lie on one line"
                      : terms_.empty()   ? "all points, or all but one, lie on one line"
                                         : "the points lie on one curve that the model cannot tell from others",
@@ -195,13 +232,96 @@ class Fitter {
     std::copy(solution.data(), solution.data() + unknowns_.size(), unknowns_.begin());
   }
 
-  void requireOneSide(const std::vector<double>& weights) const {
+  int deficit(const std::vector<double>& weights, sMatrixD& solution) const {
+    sMatrixList equations;
+    startEquations(weights, equations);
+    sMatrixD jacobian, constants;
+    equations.convertToJacobian(&jacobian, &constants);
+    int deficit = 0;
+    if (solveLS_V(jacobian, constants, solution, deficit) != 0) {
+      throw FitError("the equations cannot be solved", matErrorNoSolution);
+    }
+    return deficit;
+  }
+
+  // From the linear start of a projective transformation to the distances in the source. Gross errors can bring the
+  // start so far away that whole steps lead nowhere, or over the horizon: then short ones go first. Where even these do
+  // not arrive, a rough fit makes do, as less weight for what is far off mends that.
+  void refine(const std::vector<double>& weights, bool rough) {
+    const auto wholeSteps = [&] {
+      iterate(unknowns_, [&](const double* h, sMatrixList& list) { projectiveEquations(h, weights, list); });
+    };
+    bool arrived = true;
+    try {
+      wholeSteps();
+    } catch (const FitError&) {
+      arrived = false;
+    }
+    if (arrived && beyondHorizon(unknowns_.data(), weights) == points_.size()) return;
+    if (arrived && !rough) requireOneSide(weights);
+    dampedSteps(weights);
+    const std::vector<double> damped = unknowns_;
+    try {
+      wholeSteps();
+      requireOneSide(weights);
+    } catch (const FitError&) {
+      if (!rough) throw;
+      unknowns_ = damped;
+    }
+  }
+
+  double misfit(const double* h, const std::vector<double>& weights) const {
+    double sum = 0;
+    for (std::size_t i = 0; i < points_.size(); ++i) {
+      const Place r = residual(h, i);
+      if (weights[i] > 0) sum += weights[i] * (r.x * r.x + r.y * r.y);
+    }
+    return sum;
+  }
+
+  // Steps each of which fits better than what was before and leaves all points on one side of the horizon, shortened
+  // until they do.
+  void dampedSteps(const std::vector<double>& weights) {
+    // All points in one place: from there the first step is affine, and has no horizon.
+    if (beyondHorizon(unknowns_.data(), weights) < points_.size()) std::fill(unknowns_.begin(), unknowns_.end(), 0);
+    const double all = std::accumulate(weights.begin(), weights.end(), 0.0);
+    double damping = kFirstDamping, before = misfit(unknowns_.data(), weights);
+    std::vector<double> next(unknowns_.size());
+    for (int step = 0; step < kMostIterations && damping < kMostDamping; ++step) {
+      sMatrixList equations;
+      projectiveEquations(unknowns_.data(), weights, equations);
+      for (int i = 0; i < count(); ++i) addEquation(equations, 0, damping * all, i, {1.0});
+      const bool solved = equations.calcResult(next.data()) == 0;
+      double largest = 0;
+      for (std::size_t i = 0; i < next.size(); ++i) {
+        largest = std::max(largest, std::abs(next[i]));
+        next[i] += unknowns_[i];
+      }
+      const double after = misfit(next.data(), weights);
+      if (!solved || !(after <= before) || beyondHorizon(next.data(), weights) < points_.size()) {
+        damping *= kDampingStep;
+        continue;
+      }
+      unknowns_ = next;
+      before = after;
+      damping /= kDampingStep;
+      if (largest <= kRoughTolerance) return;
+    }
+  }
+
+  // The point that lies beyond the horizon, or their number.
+  std::size_t beyondHorizon(const double* h, const std::vector<double>& weights) const {
     for (std::size_t i = 0; i < points_.size(); ++i) {
       const Place at = output_.inner(points_[i].output);
-      if (weights[i] > 0 && !(unknowns_[6] * at.x + unknowns_[7] * at.y + 1 > 0)) {
-        throw FitError(fmt::format("the horizon passes between the points, before that of line {}", points_[i].line));
-      }
+      if (weights[i] > 0 && !(h[6] * at.x + h[7] * at.y + 1 > 0)) return i;
     }
+    return points_.size();
+  }
+
+  void requireOneSide(const std::vector<double>& weights) const {
+    const std::size_t i = beyondHorizon(unknowns_.data(), weights);
+    if (i == points_.size()) return;
+    throw FitError(fmt::format("the horizon passes between the points, before that of line {}", points_[i].line));
   }
 
   // From inner to the file's coordinates.
@@ -251,18 +371,196 @@ class Fitter {
   std::vector<double> unknowns_;
 };
 
-// The deviation of a coordinate of weight 1 as the median of the residuals tells it, whatever a minority does.
-double robustDeviation(const std::vector<Place>& residuals, const std::vector<double>& measured, int unknowns) {
-  std::vector<double> lengths;
-  for (std::size_t i = 0; i < residuals.size(); ++i) {
-    if (measured[i] > 0) lengths.push_back(length(residuals[i]) * std::sqrt(measured[i]));
+// The search for outliers: by weights, and of few places by leaving each out.
+class Outliers {
+ public:
+  Outliers(const std::vector<double>& measured, const RobustSettings& settings, Adjustment& adjustment)
+      : measured_(measured), settings_(settings), adjustment_(adjustment), out_(measured.size(), false) {
+    std::vector<double> weights;
+    for (const double w : measured) {
+      if (w > 0) weights.push_back(w);
+    }
+    const auto middle = weights.begin() + std::ssize(weights) / 2;
+    std::nth_element(weights.begin(), middle, weights.end());
+    finest_ = kFinest * std::sqrt(*middle);
+    places_ = std::ssize(weights);
+    redundancy_ = adjustment.redundancy(measured);
   }
-  const auto middle = lengths.begin() + std::ssize(lengths) / 2;
-  std::nth_element(lengths.begin(), middle, lengths.end());
-  // A fit comes closer to its points than the truth does.
-  const double places = 2.0 * static_cast<double>(lengths.size());
-  return std::max(*middle / kMedianOfLengths * std::sqrt(places / (places - unknowns)), kFinest);
-}
+
+  // Gives the rounds that it took.
+  int find() {
+    const int rounds = reweight();
+    keepRedundancy();
+    if (places_ <= kFewPlaces) {
+      takeIn();
+      takeOut();
+      takeIn();  // what only seemed wrong beside those
+    }
+    return rounds;
+  }
+
+  const std::vector<bool>& marked() const { return out_; }
+  std::vector<double> weights() const { return weightsOf(out_); }
+
+ private:
+  std::vector<double> weightsOf(const std::vector<bool>& out) const {
+    std::vector<double> weights = measured_;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+      if (out[i]) weights[i] = 0;
+    }
+    return weights;
+  }
+
+  // The deviation of a coordinate of weight 1 as residuals tell it, whatever a minority does. A fit goes through as
+  // many places as its unknowns can bend to: the median is that of the others.
+  double deviation(const std::vector<Place>& residuals) const {
+    std::vector<double> lengths;
+    for (std::size_t i = 0; i < residuals.size(); ++i) {
+      if (measured_[i] > 0) lengths.push_back(length(residuals[i]) * std::sqrt(measured_[i]));
+    }
+    const std::ptrdiff_t middle = (2 * places_ - redundancy_ / 2 + 1) / 2 - 1;
+    std::nth_element(lengths.begin(), lengths.begin() + middle, lengths.end());
+    const double share = (static_cast<double>(middle) + 0.5) / static_cast<double>(places_);
+    const double usual = std::sqrt(-2 * std::log(1 - share));  // of two coordinates of deviation 1
+    // It comes closer to the others, too, than the truth does.
+    const double nearer = std::sqrt(static_cast<double>(redundancy_) / (2.0 * static_cast<double>(places_)));
+    return std::max(lengths[static_cast<std::size_t>(middle)] / usual / nearer, finest_);
+  }
+
+  double factorOf(double r, bool tukey) const {
+    const double t = r / settings_.tuning;
+    if (!tukey) return r > kHuber ? kHuber / r : 1;
+    return t < 1 ? (1 - t * t) * (1 - t * t) : 0;
+  }
+
+  // Huber's weights, with which there is one solution only, come first: they bring the fit near enough for Tukey's,
+  // which take the outliers out. Where weights leave too little to be fitted, those before them stand.
+  int reweight() {
+    int rounds = 0;
+    std::vector<double> factors(measured_.size(), 1.0), next = factors;
+    residuals_ = adjustment_.fit(measured_, true);
+    for (const bool tukey : {false, true}) {
+      for (int round = 0; round < kMostRounds; ++round) {
+        const double s = deviation(residuals_);
+        double change = 0;
+        std::vector<double> weights = measured_;
+        for (std::size_t i = 0; i < next.size(); ++i) {
+          next[i] = factorOf(length(residuals_[i]) * std::sqrt(measured_[i]) / s, tukey);
+          change = std::max(change, std::abs(next[i] - factors[i]));
+          weights[i] *= next[i];
+        }
+        if (change >= kSettled) {
+          if (adjustment_.redundancy(weights) <= 0) break;
+          try {
+            residuals_ = adjustment_.fit(weights, true);
+          } catch (const FitError&) {
+            break;
+          }
+          ++rounds;
+        }
+        factors = next;
+        if (change < kSettled) break;
+      }
+    }
+    for (std::size_t i = 0; i < out_.size(); ++i) out_[i] = measured_[i] > 0 && factors[i] == 0;
+    return rounds;
+  }
+
+  // Outliers must not take what tells them: the mildest come back.
+  void keepRedundancy() {
+    while (adjustment_.redundancy(weights()) <= 0) {
+      std::size_t mildest = out_.size();
+      const auto size = [&](std::size_t i) { return length(residuals_[i]) * std::sqrt(measured_[i]); };
+      for (std::size_t i = 0; i < out_.size(); ++i) {
+        if (out_[i] && (mildest == out_.size() || size(i) < size(mildest))) mildest = i;
+      }
+      if (mildest == out_.size()) return;
+      out_[mildest] = false;
+    }
+  }
+
+  // The weighted sum of squares without some places; roughly, or none at all, where the others cannot be fitted.
+  std::optional<double> misfit(const std::vector<bool>& out) const {
+    const std::vector<double> weights = weightsOf(out);
+    for (const bool rough : {false, true}) {
+      try {
+        const auto residuals = adjustment_.fit(weights, rough);
+        double sum = 0;
+        for (std::size_t i = 0; i < weights.size(); ++i) {
+          if (weights[i] > 0) sum += weights[i] * (residuals[i].x * residuals[i].x + residuals[i].y * residuals[i].y);
+        }
+        return sum;
+      } catch (const FitError&) {
+        continue;
+      }
+    }
+    return std::nullopt;
+  }
+
+  // How much a place must add to the sum of squares of the others, `inside`, to be an outlier. Half of it over their
+  // variance has the distribution F of 2 and their redundancy, whose tail has a closed form; the choice of places made
+  // it look as large as it does, and so counts.
+  double limit(double inside, int redundancy, double choices) const {
+    const double half = redundancy / 2.0;
+    const double f = half * (std::pow(kFalseAlarms / choices, -1 / half) - 1);
+    const double relative = settings_.tuning / RobustSettings().tuning;
+    const double variance = std::max(inside / redundancy, finest_ * finest_);
+    return std::max(2 * f * relative * relative, settings_.tuning * settings_.tuning) * variance;
+  }
+
+  // The place of those that are out (or in) that, taken in (or out), leaves the least sum of squares.
+  std::pair<std::size_t, double> best(bool out) {
+    std::pair<std::size_t, double> found = {out_.size(), 0};
+    for (std::size_t i = 0; i < out_.size(); ++i) {
+      if (out_[i] != out || !(measured_[i] > 0)) continue;
+      out_[i] = !out;
+      const auto sum = misfit(out_);
+      out_[i] = out;
+      if (sum && (found.first == out_.size() || *sum < found.second)) found = {i, *sum};
+    }
+    return found;
+  }
+
+  // Takes in what bears comparison with the rest.
+  void takeIn() {
+    for (;;) {
+      const auto outside = std::count(out_.begin(), out_.end(), true);
+      if (outside == 0) return;
+      double choices = 1;  // of as many places
+      for (std::ptrdiff_t i = 0; i < outside; ++i) {
+        choices *= static_cast<double>(places_ - i) / static_cast<double>(i + 1);
+      }
+      const auto inside = misfit(out_);
+      const auto [place, sum] = best(true);
+      if (place == out_.size()) return;
+      if (inside && sum - *inside > limit(*inside, adjustment_.redundancy(weights()), choices)) return;
+      out_[place] = false;
+    }
+  }
+
+  // Takes out what does not.
+  void takeOut() {
+    for (;;) {
+      const auto all = misfit(out_);
+      const auto [place, inside] = best(false);
+      if (!all || place == out_.size()) return;
+      out_[place] = true;
+      const int redundancy = adjustment_.redundancy(weights());
+      if (redundancy > 0 && *all - inside > limit(inside, redundancy, static_cast<double>(places_))) continue;
+      out_[place] = false;
+      return;
+    }
+  }
+
+  const std::vector<double>& measured_;
+  const RobustSettings& settings_;
+  Adjustment& adjustment_;
+  std::vector<bool> out_;
+  std::vector<Place> residuals_;
+  double finest_ = kFinest;
+  std::ptrdiff_t places_ = 0;
+  int redundancy_ = 0;
+};
 
 }  // namespace
 
@@ -293,18 +591,11 @@ Conditioning conditioningOf(std::size_t count, const std::function<Place(std::si
   return frame;
 }
 
-std::vector<double> inverseNormal(const sMatrixList& equations) {
-  QSparseMatrix jacobian;
-  jacobian.convertFromJacobian(equations, nullptr);
-  sMatrixLD normal;
-  jacobian.MulMatrT(normal);
+std::vector<double> inverseNormal(const sMatrixD& normal) {
   const int n = normal.rows;
-  sMatrixD matrix(n, n), unit(n, n), inverse;
-  for (int i = 0; i < n; ++i) {
-    unit(i, i) = 1;
-    for (int j = 0; j < n; ++j) matrix(i, j) = static_cast<double>(normal(i, j));
-  }
-  if (solveSYMM_Vt(matrix, unit, inverse) != 0) {
+  sMatrixD unit(n, n), inverse;
+  for (int i = 0; i < n; ++i) unit(i, i) = 1;
+  if (solveSYMM_Vt(normal, unit, inverse) != 0) {
     throw FitError("the normal matrix has no inverse", matErrorZeroDeterminant);
   }
   return {inverse.data(), inverse.data() + inverse.size()};  // symmetric: rows are columns
@@ -342,44 +633,21 @@ void iterate(std::vector<double>& unknowns, const std::function<void(const doubl
   }
 }
 
-// Huber's weights, with which there is one solution only, come first: they bring the fit near enough for Tukey's,
-// which take the outliers out. What remains is fitted as measured, so that the deviations are those of least squares.
-Quality fitRobustly(const std::vector<double>& measured, int unknowns, const RobustSettings& settings,
-                    const WeightedFit& fit) {
+// What remains without the outliers is fitted as measured, so that the deviations are those of least squares.
+Quality fitRobustly(const std::vector<double>& measured, const RobustSettings& settings, Adjustment& adjustment) {
   const Thresholds thresholds;
-  const std::size_t n = measured.size();
-  const auto places =
-      static_cast<int>(2 * std::count_if(measured.begin(), measured.end(), [](double w) { return w > 0; }));
   Quality q;
   q.weights = measured;
-  q.residuals = fit(q.weights);
-  q.outliers.assign(n, false);
-  if (settings.robust && places > unknowns) {
-    std::vector<double> factors(n, 1.0);
-    for (const bool tukey : {false, true}) {
-      for (int round = 0; round < kMostRounds; ++round) {
-        const double s = robustDeviation(q.residuals, measured, unknowns);
-        double change = 0;
-        for (std::size_t i = 0; i < n; ++i) {
-          const double r = length(q.residuals[i]) * std::sqrt(measured[i]) / s, t = r / settings.tuning;
-          const double factor = tukey ? (t < 1 ? (1 - t * t) * (1 - t * t) : 0) : r > kHuber ? kHuber / r : 1;
-          change = std::max(change, std::abs(factor - factors[i]));
-          factors[i] = factor;
-          q.weights[i] = measured[i] * factor;
-        }
-        if (change < kSettled) break;
-        q.residuals = fit(q.weights);
-        ++q.rounds;
-      }
-    }
-    for (std::size_t i = 0; i < n; ++i) {
-      q.outliers[i] = measured[i] > 0 && factors[i] == 0;
-      q.weights[i] = q.outliers[i] ? 0 : measured[i];
-    }
-    q.residuals = fit(q.weights);
+  q.outliers.assign(measured.size(), false);
+  if (settings.robust && adjustment.redundancy(measured) >= kTellsOutliers) {
+    Outliers outliers(measured, settings, adjustment);
+    q.rounds = outliers.find();
+    q.outliers = outliers.marked();
+    q.weights = outliers.weights();
   }
+  q.residuals = adjustment.fit(q.weights, false);
   double sum = 0, weighted = 0;
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < measured.size(); ++i) {
     if (!(q.weights[i] > 0)) continue;
     const double r = length(q.residuals[i]);
     ++q.used;
@@ -388,7 +656,7 @@ Quality fitRobustly(const std::vector<double>& measured, int unknowns, const Rob
     q.largest = std::max(q.largest, r);
   }
   q.rms = std::sqrt(sum / static_cast<double>(std::max<std::size_t>(q.used, 1)));
-  q.redundancy = static_cast<int>(2 * q.used) - unknowns;
+  q.redundancy = adjustment.redundancy(q.weights);
   q.sigma = q.redundancy > 0 ? std::sqrt(weighted / q.redundancy) : 0;
   return q;
 }
@@ -403,10 +671,14 @@ Fit fitTransform(const std::vector<TiePoint>& points, Model model, const RobustS
                                fitter.count() / 2),
                    matErrorTooFewPoints);
   }
-  Fit result = {model, {}, fitRobustly(measured, fitter.count(), settings, [&](const std::vector<double>& weights) {
-                  return fitter.fit(weights);
-                })};
+  // Beside the heaviest: what is left out then, and what equations weigh, does not depend on the unit of the weights.
+  const double heaviest = *std::max_element(measured.begin(), measured.end());
+  for (double& w : measured) {
+    if (w > 0) w = std::max(w / heaviest, std::numeric_limits<double>::min());
+  }
+  Fit result = {model, {}, fitRobustly(measured, settings, fitter)};
   result.coefficients = fitter.coefficients(result.quality);
+  result.quality.sigma *= std::sqrt(heaviest);
   const auto& v = result.coefficients.values;
   if (model == Model::Affine || model == Model::Projective) {
     std::array<double, 9> matrix = {0, 0, 0, 0, 0, 0, 0, 0, 1};

@@ -23,7 +23,7 @@ class FitError : public std::runtime_error {
 enum class Model { Affine, Projective, Poly2, Poly3 };
 const char* nameOf(Model model);
 
-// Numbers of a transformation in the order of its file, and their covariance, row by row.
+// Numbers of a transformation in the order of its file, and their covariance, row by row: none without redundancy.
 struct Coefficients {
   std::vector<double> values, covariance;
 
@@ -31,7 +31,7 @@ struct Coefficients {
 };
 
 // Residuals r that are longer than `tuning` standard deviations are outliers: their weight (1 - (r / (tuning s))^2)^2
-// by Tukey's biweight is 0.
+// by Tukey's biweight is 0. Where few residuals tell the deviation, it takes more of them.
 struct RobustSettings {
   bool robust = true;
   double tuning = 4.685;  // 95 % of the efficiency of least squares where there are no outliers
@@ -40,19 +40,31 @@ struct RobustSettings {
 // How well places were met. Residuals are measured less fitted places, in pixels.
 struct Quality {
   std::vector<Place> residuals;
-  std::vector<double> weights;  // that the fit gave in the end: as measured, or 0 of outliers
+  std::vector<double> weights;  // that the fit gave in the end, beside the heaviest; 0 of outliers
   std::vector<bool> outliers;
   std::size_t used = 0;
   double rms = 0, largest = 0;  // of the lengths of the residuals of what was used
-  double sigma = 0;             // of a coordinate of weight 1; 0 without redundancy
+  double sigma = 0;             // of a coordinate of weight 1; means nothing without redundancy
   int redundancy = 0, rounds = 0;
 };
 
-// The loop that all fits share. `fit` takes weights and gives residuals for all places; the places themselves weigh
-// `measured`, and there are `unknowns` in all. Throws FitError.
-using WeightedFit = std::function<std::vector<Place>(const std::vector<double>& weights)>;
-Quality fitRobustly(const std::vector<double>& measured, int unknowns, const RobustSettings& settings,
-                    const WeightedFit& fit);
+// What can be fitted with weights of its places.
+class Adjustment {
+ public:
+  Adjustment() = default;
+  Adjustment(const Adjustment&) = delete;
+  Adjustment& operator=(const Adjustment&) = delete;
+  virtual ~Adjustment() = default;
+
+  // Gives residuals for all places, those of weight 0 too. What is `rough` only tells the next weights. Throws
+  // FitError.
+  virtual std::vector<Place> fit(const std::vector<double>& weights, bool rough) = 0;
+  // Coordinates that weigh something, less the unknowns that they determine.
+  virtual int redundancy(const std::vector<double>& weights) const = 0;
+};
+
+// The loop that all fits share; the places weigh `measured`. The last fit is that of the result. Throws FitError.
+Quality fitRobustly(const std::vector<double>& measured, const RobustSettings& settings, Adjustment& adjustment);
 
 struct Fit {
   Model model;
@@ -90,12 +102,12 @@ struct Conditioning {
 // Makes one of all places that `place(i)` gives for i below `count`.
 Conditioning conditioningOf(std::size_t count, const std::function<Place(std::size_t)>& place);
 
-// The inverse of the normal matrix, row by row. Throws FitError where there is none.
-std::vector<double> inverseNormal(const sMatrixList& equations);
+// The inverse of a normal matrix, row by row. Throws FitError where there is none.
+std::vector<double> inverseNormal(const sMatrixD& normal);
 // Covariance of linear functions of the unknowns, which the rows of `matrix` are, times `variance`.
 std::vector<double> propagate(const std::vector<double>& matrix, const std::vector<double>& inverse, std::size_t count,
                               double variance);
-// Iterates from `unknowns` on with the library's solver. Throws FitError with its text.
+// Iterates from `unknowns` on with the library's solver. Throws FitError with its text, and leaves them as they were.
 void iterate(std::vector<double>& unknowns, const std::function<void(const double*, sMatrixList&)>& linearise);
 
 }  // namespace quorvel::host

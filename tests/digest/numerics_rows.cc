@@ -45,7 +45,7 @@ using Floats = std::vector<float>;
 
 // A row takes in what its function returns. What computes in `long double`, or by whichever LAPACK was linked, is
 // returned as float: the systems are so well conditioned that all platforms agree to there. The bits of our own LAPACK
-// are tests/lapack's affair.
+// are tests/numerics's affair.
 template <typename Function>
 void row(Routines& routines, const char* name, Function function) {
   routines[name] = [function](Digest& d) {

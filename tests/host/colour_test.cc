@@ -3,6 +3,7 @@
 
 #include "host/io/colour_file.h"
 #include "host/io/cube_file.h"
+#include "host/io/pnm.h"
 #include "tests/host/support.h"
 
 namespace quorvel::host::test {
@@ -34,23 +35,15 @@ TEST_F(Colour, CubeFilesAreReadWithShapersRangesAndRemarks) {
 
 TEST_F(Colour, TablesOfTheIdentityAreTheLibrarysOwn) {
   const ColourTable table = tableOf([](Rgb c) { return c; });
-  for (unsigned i = 0; i < kTableCells; i += 97) {
-    ASSERT_EQ(table.cells.row(i)[0], 4.0f * (i % 64));
-    ASSERT_EQ(table.cells.row(i)[2], 4.0f * (i / 4096));
-  }
-  Picture picture;
-  picture.width = 16, picture.height = 16;
   Bytes bytes(3 * 256);
-  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 37);
-  picture.samples = bytes;
-  EXPECT_EQ(std::get<Bytes>(throughTable(picture, table).samples), bytes);
-  Words words(3 * 256);
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    const unsigned v = i * 23 % 4096;
+  Words words(bytes.size());
+  for (unsigned i = 0; i < bytes.size(); ++i) {
+    const unsigned v = i * 23 % 4096;  // what has 12 bits comes back as it was
+    bytes[i] = static_cast<std::uint8_t>(i * 37);
     words[i] = static_cast<std::uint16_t>(v << 4 | v >> 8);
   }
-  picture.samples = words;
-  EXPECT_EQ(std::get<Words>(throughTable(picture, table).samples), words) << "what has 12 bits comes back as it was";
+  EXPECT_EQ(std::get<Bytes>(throughTable({16, 16, 255, bytes}, table).samples), bytes);
+  EXPECT_EQ(std::get<Words>(throughTable({16, 16, 65535, words}, table).samples), words);
   const auto brightest = throughTable({1, 1, 255, Bytes{255, 0, 128}}, tableOf([](Rgb) { return Rgb{300, -20, 255}; }));
   EXPECT_EQ(std::get<Bytes>(brightest.samples), (Bytes{255, 0, 252})) << "no sum reaches the next channel";
 }
@@ -92,61 +85,41 @@ TEST_F(Colour, TheProgramMakesConvertsAndAppliesTables) {
         "develop frame.pgm -o matrix.ppm --wb 1,1,1 --matrix exchange.txt",
         "lut measure frame.pgm -o patches.txt --rect 10,10,120,80",
         "lut chart patches.txt patches.txt -o none.bin --matrix unit.txt"}) {
-    const Outcome o = quorvel(run);
-    EXPECT_EQ(o.status, 0) << run << '\n' << o.err;
+    expectRun(run, 0, "");
   }
   EXPECT_EQ(contents(at("swap.bin")), contents(at("again.bin"))) << "texts lose nothing";
   EXPECT_EQ(contents(at("swap.bin")).size(), 3145728u);
-  const std::string plain = contents(at("plain.ppm")), table = contents(at("table.ppm"));
-  const std::string matrix = contents(at("matrix.ppm"));
-  ASSERT_EQ(plain.size(), table.size());
-  const std::size_t header = plain.size() - std::size_t{3} * 384 * 256;
-  const auto sample = [](const std::string& s, std::size_t i) {
-    return static_cast<int>(static_cast<unsigned char>(s[i]));
-  };
-  for (std::size_t i = header; i < plain.size(); i += 3 * 101) {
+  const auto colours = [this](const char* name) { return readPpm(at(name)).colour; };
+  const auto plain = colours("plain.ppm"), table = colours("table.ppm"), matrix = colours("matrix.ppm");
+  for (std::size_t i = 0; i < plain[0].size(); i += 101) {
     // A step for the tops of the table's cells, and what the matrix's 3 guard bits round.
-    ASSERT_NEAR(sample(table, i), sample(plain, i + 2), 4) << i;
-    ASSERT_NEAR(sample(matrix, i + 2), sample(plain, i), 12) << i;
+    ASSERT_NEAR(table[0][i], plain[2][i], 4) << i;
+    ASSERT_NEAR(matrix[2][i], plain[0][i], 12) << i;
   }
 }
 
 TEST_F(Colour, WhatCannotBeUsedIsNamed) {
-  put("words.cube", "LUT_3D_SIZE 2\nhello\n");
-  put("short.cube", "LUT_3D_SIZE 2\n0 0 0\n");
-  put("huge.cube", "LUT_3D_SIZE 1000\n");
-  put("numbers.cube", "LUT_1D_SIZE 2\n0 0\n");
-  put("empty.bin", "");
-  put("short.bin", "abc");
-  put("short.txt", "1 2 3\n");
+  for (const auto& [file, text, says] : {std::tuple{"words.cube", "LUT_3D_SIZE 2\nhello\n", "line 2: 'hello'"},
+                                         {"short.cube", "LUT_3D_SIZE 2\n0 0 0\n", "has 1 rows of numbers"},
+                                         {"huge.cube", "LUT_3D_SIZE 1000\n", "a size from 2 to 256"},
+                                         {"numbers.cube", "LUT_1D_SIZE 2\n0 0\n", "three numbers"},
+                                         {"empty.bin", "", "is empty"},
+                                         {"short.bin", "abc", "3145728 bytes"}}) {
+    put(file, text);
+    expectRefused(std::string("lut info ") + file, 1, says);
+  }
   put("five.txt", "1 2 3 4 5\n");
   put("a.txt", "1 2 3\n4 5 6\n");
   put("b.txt", "1 2 3\n");
-  const auto before = names();
-  struct Case {
-    const char *arguments, *says;
-    int status;
-  };
-  for (const Case& c : {Case{"lut info words.cube", "line 2: 'hello'", 1},
-                        {"lut info short.cube", "has 1 rows of numbers", 1},
-                        {"lut info huge.cube", "a size from 2 to 256", 1},
-                        {"lut info numbers.cube", "three numbers", 1},
-                        {"lut info empty.bin", "is empty", 1},
-                        {"lut info short.bin", "3145728 bytes", 1},
-                        {"lut convert short.txt -o x.bin", "262144 rows", 1},
-                        {"lut info none.bin", "does not exist", 1},
-                        {"lut info a.xyz", ".cube, .bin or .txt", 2},
-                        {"lut convert short.txt -o x.cube", ".bin or .txt", 2},
-                        {"lut chart five.txt a.txt -o x.bin", "three numbers a patch", 1},
-                        {"lut chart a.txt b.txt -o x.bin", "has 2 patches", 1},
-                        {"lut chart a.txt a.txt --matrix x.txt", "too few", 1},
-                        {"lut chart a.txt a.txt", "--output, --matrix", 2},
-                        {"lut convert a.txt -o b.txt", "exists", 1}}) {
-    const Outcome o = quorvel(c.arguments);
-    EXPECT_EQ(o.status, c.status) << c.arguments;
-    EXPECT_NE(o.err.find(c.says), std::string::npos) << c.arguments << '\n' << o.err;
-  }
-  EXPECT_EQ(names(), before);
+  expectRefused("lut info none.bin", 1, "does not exist");
+  expectRefused("lut info a.xyz", 2, ".cube, .bin or .txt");
+  expectRefused("lut convert b.txt -o x.bin", 1, "262144 rows");
+  expectRefused("lut convert b.txt -o x.cube", 2, ".bin or .txt");
+  expectRefused("lut convert a.txt -o b.txt", 1, "exists");
+  expectRefused("lut chart five.txt a.txt -o x.bin", 1, "three numbers a patch");
+  expectRefused("lut chart a.txt b.txt -o x.bin", 1, "has 2 patches");
+  expectRefused("lut chart a.txt a.txt --matrix x.txt", 1, "too few");
+  expectRefused("lut chart a.txt a.txt", 2, "--output, --matrix");
 }
 
 }  // namespace

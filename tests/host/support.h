@@ -51,29 +51,24 @@ class InDirectory : public testing::Test {
     std::ofstream(at(name), std::ios::binary) << bytes;
   }
 
-#ifdef _WIN32
-  // The program, run in the directory. Arguments are quoted as for the other systems' shells.
-  Outcome quorvel(std::string arguments) const {
-    static const fs::path program = fs::absolute(QUORVEL_PROGRAM).make_preferred();
-    std::replace(arguments.begin(), arguments.end(), '\'', '"');
+  // A line for the system's shell, in the directory.
+  Outcome shell(const std::string& line) const {
     const fs::path out = directory_ / "out", err = directory_ / "err";
-    const int status = std::system(fmt::format("cd /d \"{}\" && \"{}\" {} >\"{}\" 2>\"{}\"", at("").string(),
-                                               program.string(), arguments, out.string(), err.string())
-                                       .c_str());
+#ifdef _WIN32
+    const int status = std::system(
+        fmt::format("cd /d \"{}\" && {} >\"{}\" 2>\"{}\"", at("").string(), line, out.string(), err.string()).c_str());
+#else
+    const int ended = std::system(
+        fmt::format("cd '{}' && {{ {} ; }} >'{}' 2>'{}'", at("").string(), line, out.string(), err.string()).c_str());
+    const int status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
+#endif
     const auto lines = [](std::string text) { return std::erase(text, '\r'), text; };
     return {status, lines(contents(out)), lines(contents(err))};
   }
-#else
-  // A shell line in the directory, "$Q" being the program.
-  Outcome shell(const std::string& line) const {
-    const fs::path out = directory_ / "out", err = directory_ / "err";
-    const int status = std::system(fmt::format("cd '{}' && Q='" QUORVEL_PROGRAM "' && {{ {} ; }} >'{}' 2>'{}'",
-                                               at("").string(), line, out.string(), err.string())
-                                       .c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contents(out), contents(err)};
+  static std::string program() {
+    return fmt::format("\"{}\"", fs::absolute(QUORVEL_PROGRAM).make_preferred().string());
   }
-  Outcome quorvel(const std::string& arguments) const { return shell("\"$Q\" " + arguments); }
-#endif
+  Outcome quorvel(const std::string& arguments) const { return shell(program() + ' ' + arguments); }
 
   // Every name in the directory, hidden ones included.
   std::set<std::string> names() const {
@@ -84,9 +79,30 @@ class InDirectory : public testing::Test {
     return names;
   }
 
+  // The program has to end with `status` and to say `says`.
+  void expectRun(const std::string& arguments, int status, const std::string& says) const {
+    const Outcome run = quorvel(arguments);
+    EXPECT_EQ(run.status, status) << arguments << '\n' << run.err;
+    EXPECT_NE((run.out + run.err).find(says), std::string::npos) << arguments << '\n' << run.out << run.err << says;
+  }
+  // And to say it in one line, with nothing left behind.
+  void expectRefused(const std::string& arguments, int status, const std::string& says) const {
+    const auto before = names();
+    expectRun(arguments, status, says);
+    const std::string said = contents(directory_ / "err");
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_EQ(said.rfind("quorvel: ", 0), 0u) << said;
+    EXPECT_EQ(names(), before) << arguments;
+  }
+
   void write(const std::string& name, const RawFrame& frame) const {
     OutputFile out(at(name), true);
     writeRawFrame(out, frame, *rawFormatToWrite(name));
+    out.commit();
+  }
+  void write(const std::string& name, const Picture& picture) const {
+    OutputFile out(at(name), true);
+    writePicture(out, picture, *pictureFormatToWrite(name, picture.channels));
     out.commit();
   }
 
@@ -107,6 +123,7 @@ RawFrame frameOf(unsigned width, unsigned height, Rule&& rule) {
 }
 
 inline unsigned siteOf(unsigned x, unsigned y) { return y % 2 * 2 + x % 2; }
+inline constexpr std::size_t kColourOfSite[4] = {1, 0, 2, 1};
 
 // The scene at a size that renders at once.
 inline const Scene& smallScene() {
@@ -118,6 +135,9 @@ inline bool builds(const char* format) {
   const auto formats = optionalFormats();
   return std::any_of(formats.begin(), formats.end(),
                      [&](const OptionalFormat& f) { return f.name == format && f.version.has_value(); });
+}
+inline bool buildsFormatOf(const std::string& name) {
+  return name.ends_with(".png") ? builds("PNG") : !name.ends_with(".tif") || builds("TIFF");
 }
 
 }  // namespace quorvel::host::test

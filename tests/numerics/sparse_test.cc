@@ -1,41 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-#include <quorvel/numerics.h>
 
-#include <cstring>
+#include <numeric>
 #include <random>
 
+#include "runtime/windows1251.h"
+#include "tests/numerics/support.h"
 #include "tests/support/flight.h"
 
 namespace quorvel::test {
 namespace {
 
-// A matrix of small integers, so that sums of products are exact in any order.
+// Small integers, so that sums of products are exact in any order.
 sMatrixD randomDense(int rows, int columns, unsigned seed) {
-  std::mt19937 engine(seed);
-  sMatrixD a(rows, columns);
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (engine() % 4 == 0) a.data()[i] = static_cast<double>(engine() % 19) - 9;
-  }
-  return a;
+  Numbers number(seed);
+  return matrixOf<double>(rows, columns, [&](int, int) { return number.below(4) == 0 ? number.below(19) - 9 : 0; });
 }
 
-sMatrixD transposedDense(const sMatrixD& a) {
-  sMatrixD t(a.columns, a.rows);
-  for (int i = 0; i < a.rows; ++i) {
-    for (int j = 0; j < a.columns; ++j) t(j, i) = a(i, j);
-  }
-  return t;
-}
-
-sMatrixD product(const sMatrixD& a, const sMatrixD& b) {
-  sMatrixD c(a.rows, b.columns);
-  for (int i = 0; i < a.rows; ++i) {
-    for (int j = 0; j < b.columns; ++j) {
-      for (int k = 0; k < a.columns; ++k) c(i, j) += a(i, k) * b(k, j);
-    }
-  }
-  return c;
+sMatrixD upperOf(const sMatrixD& a) {
+  return matrixOf<double>(a.rows, a.columns, [&](int i, int j) { return i <= j ? a(i, j) : 0; });
 }
 
 template <typename A, typename B>
@@ -57,34 +40,24 @@ struct Stored {
   sMatrixD meaning;
 };
 std::vector<Stored> waysToStore(int rows, int columns, unsigned seed) {
-  const sMatrixD a = randomDense(rows, columns, seed), t = transposedDense(a);
+  const sMatrixD a = randomDense(rows, columns, seed), t = transposed(a);
   std::vector<Stored> ways(3, {QSparseMatrix(), a});
   ways[0].matrix.convertFrom(&a);
   ways[1].matrix.convertFrom(&t);
   ways[1].matrix.setTranspone();
   ways[2].matrix.createSparseMatrix(columns, rows, 0);  // entry by entry, in no order, with every line moving
-  std::vector<int> order;
-  for (int i = 0; i < rows * columns; ++i) order.push_back(i);
+  std::vector<int> order(a.size());
+  std::iota(order.begin(), order.end(), 0);
   std::shuffle(order.begin(), order.end(), std::mt19937(seed));
   for (const int i : order) {
-    if (a.data()[i] != 0) {
-      EXPECT_EQ(ways[2].matrix.insertCoef(i % rows, i / rows, a.data()[i]), 1);
-    }
+    if (a.data()[i] != 0) ways[2].matrix.insertCoef(i % rows, i / rows, a.data()[i]);
   }
   if (rows == columns) {
-    sMatrixD half = a, whole = a;
-    for (int i = 0; i < rows; ++i) {
-      for (int j = 0; j < i; ++j) {
-        half(i, j) = 0;
-        whole(i, j) = a(j, i);
-      }
-    }
-    for (const bool lower : {false, true}) {
-      Stored way{QSparseMatrix(), whole};
-      const sMatrixD stored = lower ? transposedDense(half) : half;
-      way.matrix.convertFrom(&stored);
-      way.matrix.setSimmetric(1);
-      ways.push_back(way);
+    const sMatrixD half = upperOf(a), other = transposed(half);
+    for (const sMatrixD* stored : {&half, &other}) {
+      ways.push_back({QSparseMatrix(), mirrored(a)});
+      ways.back().matrix.convertFrom(stored);
+      ways.back().matrix.setSimmetric(1);
     }
   }
   return ways;
@@ -97,8 +70,8 @@ TEST(Sparse, ProductsAgreeWithDenseOnesForEveryWayToStore) {
       for (const Stored& b : waysToStore(k, n, ++seed)) {
         const sMatrixD expected = product(a.meaning, b.meaning);
         QSparseMatrix sparse;
-        sMatrixLD dense, byDense, right(k, n);
-        for (std::size_t i = 0; i < right.size(); ++i) right.data()[i] = b.meaning.data()[i];
+        const auto right = matrixOf<long double>(k, n, [&](int i, int j) { return b.meaning(i, j); });
+        sMatrixLD dense, byDense;
         a.matrix.MulMatr(b.matrix, sparse);
         a.matrix.MulMatr(b.matrix, dense);
         a.matrix.MulMatr(right, byDense);
@@ -111,7 +84,7 @@ TEST(Sparse, ProductsAgreeWithDenseOnesForEveryWayToStore) {
         EXPECT_EQ(tryMulMatrDense(a.matrix, b.matrix, dense), 0);
         EXPECT_EQ(tryMulMatrByDense(a.matrix, sMatrixLD(k + 1, 1), dense), matErrorDimensionsXY);
       }
-      const sMatrixD normal = product(transposedDense(a.meaning), a.meaning);
+      const sMatrixD normal = product(transposed(a.meaning), a.meaning);
       QSparseMatrix whole, half;
       sMatrixLD dense;
       half.setSimmetric(1);
@@ -121,9 +94,7 @@ TEST(Sparse, ProductsAgreeWithDenseOnesForEveryWayToStore) {
       expectEqual(denseOf(whole), normal);
       expectEqual(dense, normal);
       EXPECT_TRUE(whole.isSimmetric() && !whole.isHalf() && half.isHalf());
-      sMatrixD upper = normal;
-      for (int i = 0; i < upper.rows; ++i) std::fill_n(&upper(0, i) + i + 1, upper.rows - i - 1, 0.0);
-      expectEqual(denseOf(half), upper);
+      expectEqual(denseOf(half), upperOf(normal));
     }
   }
   try {
@@ -166,48 +137,46 @@ TEST(Sparse, StorageKeepsItsRules) {
   expectEqual(denseOf(s), a);
   QSparseMatrix t = s, block;
   t.transponeFrom(t);
-  expectEqual(denseOf(t), transposedDense(a));
+  expectEqual(denseOf(t), transposed(a));
+  for (int i = 0; i < 3; ++i) {  // the same position three times is a line of three in the transpose, and in its copy
+    if (i == 0) s.createSparseMatrix(1, 6, 3);
+    s.insertCoef(5, 0, 1);
+  }
+  block.transponeFrom(s);
+  EXPECT_EQ(QSparseMatrix(block).count(), 3);
+  s.convertFrom(&a);
   sMatrixLD untouched(1, 1);
   EXPECT_NO_THROW(s.storage().mult(sMatrixLD(9, 1), untouched));
   EXPECT_EQ(untouched.rows, 1);
   EXPECT_THROW(s.storage().mult(s.storage(), untouched), CMatErrorM);
 
   block.extractFrom(s, 2, 7, 1, 3);
-  sMatrixD expected(3, 6);
-  for (int i = 0; i < 18; ++i) expected(i % 3, i / 3) = a(i % 3 + 1, i / 3 + 2);
-  expectEqual(denseOf(block), expected);
+  expectEqual(denseOf(block), matrixOf<double>(3, 6, [&](int i, int j) { return a(i + 1, j + 2); }));
   const Stored half = waysToStore(8, 8, 4).back();
   block.extractFrom(half.matrix, 1, 5, 1, 5);
   EXPECT_TRUE(block.isSimmetric() && block.isHalf());
   block.extractFrom(half.matrix, 0, 5, 3, 7);  // beside the diagonal: whole, and no longer symmetric
   EXPECT_FALSE(block.isSimmetric() || block.isHalf());
-  for (int i = 0; i < 30; ++i) EXPECT_EQ(denseOf(block)(i % 5, i / 5), half.meaning(i % 5 + 3, i / 5));
+  expectEqual(denseOf(block), matrixOf<double>(5, 6, [&](int i, int j) { return half.meaning(i + 3, j); }));
 }
 
 TEST(Sparse, InverseByBlocks) {
   const int n = 24;
-  sMatrixD a(n, n);
-  std::mt19937 engine(5);
-  const auto number = [&] { return static_cast<double>(engine() >> 3) / (1 << 28) - 1; };
+  Numbers number(5);
   // Five blocks that hang together, the first singular by itself, and three that stand apart.
-  for (int i = 0; i < n; ++i) {
-    for (int j = 0; j <= i; ++j) {
-      if (i / 3 == j / 3 || i < 15) a(i, j) = a(j, i) = i < 3 ? 1 : number();
-    }
-  }
+  const sMatrixD a = mirrored(matrixOf<double>(n, n, [&](int i, int j) {
+    return i / 3 != j / 3 && j > 14 ? 0 : j < 3 ? 1 : number();
+  }));
   for (const bool half : {false, true}) {
     QSparseMatrix s, inverse;
-    sMatrixD stored = a;
-    for (int i = 0; half && i < n; ++i) std::fill_n(&stored(0, i) + i + 1, n - i - 1, 0.0);
+    const sMatrixD stored = half ? upperOf(a) : a;
     s.convertFrom(&stored);
     s.setSimmetric(half);
     ASSERT_EQ(s.reverseSimmetric3x3(inverse), 0);
     EXPECT_EQ(inverse.count(), 15 * 15 + 3 * 9);
-    expectEqual(denseOf(inverse), transposedDense(denseOf(inverse)));
+    expectEqual(denseOf(inverse), transposed(denseOf(inverse)));
     const sMatrixD unit = product(a, denseOf(inverse));
-    for (int i = 0; i < n; ++i) {
-      for (int j = 0; j < n; ++j) EXPECT_NEAR(unit(i, j), i == j, 1e-12);
-    }
+    for (int i = 0; i < n * n; ++i) EXPECT_NEAR(unit(i / n, i % n), i / n == i % n, 1e-12);
   }
   QSparseMatrix s, kept;
   s.createSparseMatrix(3, 3, 0);
@@ -221,12 +190,12 @@ TEST(Equations, ConvertCountAndPrint) {
   sMatrixList list;
   list.createEquationList(4, 2);
   EXPECT_EQ(list.createEquation(1.25), 0);
+  for (int i = 0; i < 2; ++i) list.insertMult(0, 3, -0.25);  // adds up, in the latest equation and in others
   EXPECT_EQ(list.createEquation(-3, 4), 1);
   EXPECT_EQ(list.createEquation(0, 0), 2);
   list.insertMult(1, 2, 1);
-  list.insertMult(0, 3, -0.5);
   list.insertMult(0, 0, 2);
-  list.insertMult(1, 2, 2);  // adds up
+  list.insertMult(1, 2, 2);
   EXPECT_EQ(list.askNEqv(), 3);
   EXPECT_EQ(list.calcMaxVarPerRow(), 2);
   EXPECT_EQ(list.calcMaxVarPerY(), 1);
@@ -259,6 +228,7 @@ TEST(SparseDeathTest, IndicesOutOfRangeStopTheProcess) {
   EXPECT_DEATH(s.insertCoef(0, 5, 1), "line 5 is not among the 5");
   EXPECT_DEATH(s.insertCoef(-1, 0, 1), "position -1");
   EXPECT_DEATH(s.extractFrom(s, 0, 5, 0, 0), "line 5 is not among the 5");
+  EXPECT_DEATH(s.extractFrom(s, 3, 2, 0, 0), "first line 3 is not among the 3");
   EXPECT_DEATH(list.insertMult(1, 0, 1), "equation 1 is not among the 1");
   EXPECT_DEATH(list.insertMult(0, 4, 1), "unknown 4 is not among the 4");
 }
@@ -266,18 +236,20 @@ TEST(SparseDeathTest, IndicesOutOfRangeStopTheProcess) {
 
 // The sparse road, with its order and its factor, against LAPACK on the same equations, for patterns of all kinds.
 TEST(Equations, SparseSolutionIsTheDenseOne) {
-  std::mt19937 engine(6);
-  const auto number = [&] { return static_cast<double>(engine() >> 3) / (1 << 28) - 1; };
+  Numbers number(6);
   for (const int n : {1, 2, 3, 10, 60, 150}) {
     for (const int terms : {1, 2, 4, 60}) {
       sMatrixList list;
       list.createEquationList(n, 0);
       for (int e = 0; e < 3 * n + 5; ++e) {
-        const int equation = list.createEquation(number(), 1 + number());
+        const double constant = number(), weight = 1 + number();
+        const int equation = list.createEquation(constant, weight);
         list.insertMult(equation, e % n, 3);
         if (terms == 4) list.insertMult(equation, n / 2, number());  // an unknown of all equations
-        for (int t = 1; t < terms; ++t)
-          list.insertMult(equation, static_cast<int>(engine() % static_cast<unsigned>(n)), number());
+        for (int t = 1; t < terms; ++t) {
+          const int unknown = number.below(n);
+          list.insertMult(equation, unknown, number());
+        }
       }
       sMatrixD jacobian, constants;
       list.convertToJacobian(&jacobian, &constants);
@@ -306,47 +278,30 @@ TEST(Adjustment, BlockOfFiftyPhotosFindsItsTruth) {
 TEST(Adjustment, FailuresSurface) {
   struct Problem {
     int equations;
-    double slope, tolerance;
-    int iterations = 0;
+    double slope;
+    Windows1251<80> text;
+    int expected, iterations = 0;
     static void linearise(void* context, const double* x, sMatrixList& list) {
       auto& self = *static_cast<Problem*>(context);
-      ++self.iterations;
+      if (++self.iterations; self.slope < 0) throw CMatErrorM(matErrorDimensionsXY, "MulMatr");
       list.createEquationList(1, self.equations);
       for (int e = 0; e < self.equations; ++e) list.insertMult(list.createEquation(1 - *x), 0, self.slope);
     }
   };
-  struct Case {
-    Problem problem;
-    const char* text;  // Windows-1251
-    int iterations;
-  };
-  const Case cases[] = {
-      {{0, 1, 1e-9},
-       " \xEA\xEE\xEB-\xE2\xEE \xEF\xE5\xF0\xE5\xEC\xE5\xED\xED\xFB\xF5 \xE1\xEE\xEB\xFC\xF8\xE5, \xF7\xE5\xEC "
-       "\xEA\xEE\xEB-\xE2\xEE \xF3\xF0\xE0\xE2\xED\xE5\xED\xE8\xE9",
-       1},
-      {{2, 2, 1e-9},
-       " \xE7\xE0\xE4\xE0\xED\xED\xE0\xFF \xF2\xEE\xF7\xED\xEE\xF1\xF2\xFC \xED\xE5 "
-       "\xE4\xEE\xF1\xF2\xE8\xE3\xED\xF3\xF2\xE0 \xE7\xE0 9 \xE8\xF2\xE5\xF0\xE0\xF6\xE8\xE9",
-       9},  // halves the error each time
-      {{2, 0.4, 1e-9},
-       " \xF0\xE5\xF8\xE5\xED\xE8\xE5 \xEE\xF2\xF1\xF3\xF2\xF1\xF2\xE2\xF3\xE5\xF2",
-       7},  // overshoots: six growths
-      {{2, 0, 1e-9},
-       "\xE1\xE5\xF1\xEA\xEE\xED\xE5\xF7\xED\xEE\xE5 \xEA\xEE\xEB-\xE2\xEE \xF0\xE5\xF8\xE5\xED\xE8\xE9\n function: ",
-       1},
-  };
-  for (const Case& c : cases) {
-    Problem problem = c.problem;
+  for (Problem problem : {Problem{0, 1, u8" кол-во переменных больше, чем кол-во уравнений", 1},
+                          {2, 2, u8" заданная точность не достигнута за 9 итераций", 9},  // halves the error each time
+                          {2, 0.4, u8" решение отсутствует", 7},                          // overshoots: six growths
+                          {2, 0, u8"бесконечное кол-во решений\n function: ", 1},
+                          {2, -1, u8"размерность матриц(ы) по X & Y несовпадают\n function: MulMatr", 1}}) {
     sMatrixList list;
     double x = 5;
     CImgErrorText told;
-    EXPECT_EQ(trySolveNonLinearEqv(list, &x, 1, Problem::linearise, &problem, problem.tolerance, 9, told), -1);
+    EXPECT_EQ(trySolveNonLinearEqv(list, &x, 1, Problem::linearise, &problem, 1e-9, 9, told), -1);
     EXPECT_EQ(told.getCode(), 8888);
-    EXPECT_STREQ(told.Text(), c.text);
-    EXPECT_EQ(problem.iterations, c.iterations);
+    EXPECT_STREQ(told.Text(), problem.text.bytes);
+    EXPECT_EQ(problem.iterations, problem.expected);
     EXPECT_EQ(x, 5);
-    EXPECT_THROW(solveNonLinearEqv(list, &x, 1, Problem::linearise, &problem, problem.tolerance, 9), CImgErrorText);
+    EXPECT_THROW(solveNonLinearEqv(list, &x, 1, Problem::linearise, &problem, 1e-9, 9), CImgErrorText);
   }
 }
 
