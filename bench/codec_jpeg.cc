@@ -52,7 +52,8 @@ void registerJpegContests() {
   decode.quorvel([=] { benchmark::DoNotOptimize(host::readJpeg(*file, "photograph")); });
 #ifdef QUORVEL_PEER_JPEG
   encode.peer("libjpeg-turbo", [=] {
-    benchmark::DoNotOptimize(peerEncodeJpeg(std::get<0>(picture->samples).data(), kWidth, kHeight, kOptions.quality));
+    benchmark::DoNotOptimize(
+        peerEncodeJpeg(std::get<0>(picture->samples).data(), {kWidth, kHeight, 1, kOptions.quality}));
   });
   decode.peer("libjpeg-turbo", [=, pixels = std::make_shared<std::vector<std::uint8_t>>()] {
     pixels->clear();
